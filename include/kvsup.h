@@ -112,6 +112,31 @@ KORV_API void korv_internal_free(void *block);
  * [io] Streams, back ends, smart buffer
  * ====================================================================== */
 
+/* Operation slots of a stream. read/write return the bytes moved, 0 at end of
+ * data (read) or when nothing was accepted (write), -1 on error and -2 when
+ * the call would block. seek's whence: 0 start, 1 current, 2 end; it returns
+ * the new position from the start, or -1. */
+typedef void (*KorvIOCloseFn)(KorvIO *io);
+typedef int64_t (*KorvIOReadFn)(KorvIO *io, void *dst, uint64_t count);
+typedef int64_t (*KorvIOWriteFn)(KorvIO *io, const void *src, uint64_t count);
+typedef int32_t (*KorvIOFlushFn)(KorvIO *io);
+typedef int64_t (*KorvIOSeekFn)(KorvIO *io, int64_t offset, uint32_t whence);
+typedef void (*KorvIOSetOwnedFn)(KorvIO *io, uint32_t owned);
+
+/* The stream object: two reserved words, the six slots in this order, then
+ * the back end's own fields (each back end allocates the record larger). A
+ * stream is released by calling its close slot with the stream itself. */
+struct KorvIO {
+    uintptr_t reserved1;
+    uintptr_t reserved2;
+    KorvIOCloseFn close;
+    KorvIOReadFn read;
+    KorvIOWriteFn write;
+    KorvIOFlushFn flush;
+    KorvIOSeekFn seek;
+    KorvIOSetOwnedFn set_owned;
+};
+
 /* ---- end [io] ---- */
 
 
