@@ -76,6 +76,58 @@ KORV_API void *korv_internal_malloc(size_t size);
 KORV_API void *korv_internal_calloc(size_t count, size_t size);
 KORV_API void *korv_internal_realloc(void *block, size_t size);
 KORV_API void korv_internal_free(void *block);
+/* Aligned blocks: alignment a power of two (below 8 counts as 8); free with
+ * korv_internal_aligned_free. The _alloc form is zero-filled. */
+KORV_API void *korv_internal_aligned_malloc(size_t size, size_t alignment);
+KORV_API void *korv_internal_aligned_alloc(size_t size, size_t alignment);
+KORV_API void korv_internal_aligned_free(void *block);
+
+/* Engine start and end, counted. The load hook makes the first init. */
+KORV_API uint32_t KorvaneInit(void);
+KORV_API uint32_t KorvaneEnd(void);
+KORV_API uint32_t KorvaneAbsoluteEnd(void);
+
+/* The eight global re-entrant locks, taken by a four-character key
+ * ('HDRM', 'SHRD', 'ENVV', 'WSAK', 'WKPL', 'LOCL'). */
+#define KORV_KEY(a, b, c, d) \
+    (((uint32_t)(a) << 24) | ((uint32_t)(b) << 16) | ((uint32_t)(c) << 8) | (uint32_t)(d))
+KORV_API uint32_t KorvaneLock(uint32_t key);
+KORV_API uint32_t KorvaneUnlock(uint32_t key);
+
+/* Clean-up registry. A clean-up returns 1 (done, go on), 0 (done, stop and
+ * report failure) or anything else (not done, keep me, stop). when = 0: run
+ * only by KorvaneCleanup; otherwise also at engine end. */
+typedef int32_t (*KorvCleanupFn)(uintptr_t arg);
+KORV_API uint32_t KorvaneRegisterCleanup(uint32_t when, KorvCleanupFn fn, uintptr_t arg);
+KORV_API uint32_t KorvaneRegisterCleanupFunc(KorvCleanupFn fn, uintptr_t arg);
+KORV_API uint32_t KorvaneCleanup(void);
+
+KORV_API void KorvSwapBlock(void *a, void *b, size_t count);
+KORV_API int32_t KorvCmpBlock(const void *a, const void *b, size_t count);
+
+/* Status and accumulated error text of a process state. */
+KORV_API int32_t KorvSetError(KorvState *state, int32_t code, const char *format, ...);
+KORV_API int32_t KorvGetStatus(KorvState *state);
+KORV_API int32_t KorvSetStatus(KorvState *state, int32_t status);
+KORV_API char *KorvGetErrorMsg(KorvState *state);
+KORV_API int32_t KorvGetErrorCode(KorvState *state);
+KORV_API int32_t KorvParseErrorCode(const char *text);
+KORV_API void KorvReportError(KorvState *state);
+
+/* The message channel. Levels handed to the logging callback. */
+#define KORV_LOG_ERROR 0
+#define KORV_LOG_DEBUG 1
+#define KORV_LOG_OUTPUT 2
+typedef void (*KorvLoggingCallback)(const char *text, int32_t level, void *user);
+KORV_API int32_t KorvError(const char *format, ...);
+KORV_API void KorvDebug(const char *format, ...);
+KORV_API void KorvPrintf(const char *format, ...);
+KORV_API void KorvAbort(const char *format, ...);
+KORV_API void KorvSetDebug(uint32_t on);
+KORV_API void KorvSetDebugLevel(int32_t level);
+KORV_API uint32_t KorvIsDebug(void);
+KORV_API int32_t KorvGetDebugLevel(void);
+KORV_API void KorvSetLoggingCallback(KorvLoggingCallback callback, void *user);
 
 /* ---- end [core] ---- */
 
@@ -83,6 +135,84 @@ KORV_API void korv_internal_free(void *block);
 /* ======================================================================
  * [process] Process state, module calls, chunk queue
  * ====================================================================== */
+
+/* A block of image bytes with its flags, carried in item arrays. */
+struct KorvChunk {
+    uint32_t flags; /* bit value 4: looked for by getFlaggedChunk */
+    uint32_t reserved;
+    uint32_t aux;
+    uint32_t size;
+    uint32_t mark; /* non-zero keeps a queue slot occupied */
+    uint64_t user;
+    unsigned char *data;
+};
+#define KORV_CHUNK_FLAGGED 4u
+
+/* Entry points of a process state; each is called with the record first. */
+typedef uint32_t (*KorvProcessFn)(KorvState *state);
+typedef uint32_t (*KorvEndFn)(KorvState *state);
+typedef char *(*KorvGetErrorMsgFn)(KorvState *state);
+typedef uint32_t (*KorvGetFlagsFn)(KorvState *state);
+typedef int32_t (*KorvGetOutputCountFn)(KorvState *state);
+typedef uint32_t (*KorvGetOutputFlagsFn)(KorvState *state, int32_t index);
+typedef KorvGenericHeader *(*KorvGetOutputHeaderFn)(KorvState *state, int32_t index);
+typedef int32_t (*KorvGetOutputBinHeaderFn)(KorvState *state, int32_t index, void *buffer,
+                                            uint32_t size);
+typedef KorvChunk *(*KorvGetChunkFn)(KorvState *state, int32_t index);
+typedef KorvChunk *(*KorvGetFlaggedChunkFn)(KorvState *state);
+
+#define KORV_STATE_OUTPUTS_UNKNOWN 4u
+
+/* The process-state record of one running module function: 176 bytes. A
+ * module may allocate it larger and keep its own fields behind it. */
+struct KorvState {
+    uint32_t flags;
+    KorvProcessFn processPoint;
+    KorvEndFn endPoint;
+    KorvGetErrorMsgFn getErrorMsg;
+    KorvGetFlagsFn getFlags;
+    KorvGetOutputCountFn getOutputCount;
+    KorvGetOutputFlagsFn getOutputFlags;
+    KorvGetOutputHeaderFn getOutputHeader;
+    KorvGetOutputBinHeaderFn getOutputBinHeader;
+    KorvGetChunkFn getInputChunk;
+    KorvGetChunkFn getOutputChunk;
+    KorvGetFlaggedChunkFn getFlaggedChunk;
+    int32_t status;
+    char *errorMsg;
+    const char *name;
+    KorvGenericHeader **outputHeaders;
+    uint32_t *outputFlags;
+    uint32_t outputCount;
+    uint32_t reserved;
+    KorvChunk **inputChunks;
+    KorvChunk **outputChunks;
+    KorvChunk **queue;
+    uint32_t queueLength;
+};
+#define KORV_STATE_MIN_SIZE 176
+
+KORV_API uint32_t KorvAllocState(KorvState **state, int32_t size);
+KORV_API uint32_t KorvFreeState(KorvState *state);
+KORV_API uint32_t KorvGetStateFlags(KorvState *state, uint32_t *flags);
+KORV_API uint32_t KorvGetStateOutputCount(KorvState *state, uint32_t *count);
+KORV_API uint32_t KorvGetStateQueueLength(KorvState *state, uint32_t *length);
+KORV_API uint32_t KorvGetOutputFlags(KorvState *state, int32_t index);
+
+/* Chunks held in item arrays, by index. */
+KORV_API uint32_t KorvSetChunk(KorvChunk **array, uint32_t index, void *data, uint32_t size,
+                               uint32_t aux);
+KORV_API uint32_t KorvGetChunk(KorvChunk **array, uint32_t index, void **data, uint32_t *size,
+                               uint32_t *aux);
+KORV_API uint32_t KorvSetChunkFlags(KorvChunk **array, uint32_t index, uint32_t flags);
+KORV_API uint32_t KorvGetChunkFlags(KorvChunk **array, uint32_t index, uint32_t *flags);
+KORV_API uint32_t KorvMarkChunkFlags(KorvChunk **array, uint32_t index, uint32_t bits);
+KORV_API uint32_t KorvClearChunkFlags(KorvChunk **array, uint32_t index, uint32_t bits);
+KORV_API uint32_t KorvChunkMarkFlags(uint32_t *flags, uint32_t bits);
+KORV_API uint32_t KorvChunkClearFlags(uint32_t *flags, uint32_t bits);
+KORV_API uint32_t KorvResetChunks(KorvChunk **array);
+KORV_API uint32_t KorvEnqueueChunk(KorvState *state, const KorvChunk *chunk, uint32_t *index);
+KORV_API uint32_t KorvDupChunk(KorvChunk **dest, const KorvChunk *source);
 
 /* ---- end [process] ---- */
 
@@ -158,6 +288,79 @@ struct KorvIO {
  * [cm] CM documents
  * ====================================================================== */
 
+/* Token codes of the CM tokenizer (the ASCII value of a letter). */
+#define KORV_CM_STRING  115 /* 's' quoted string */
+#define KORV_CM_DATA    100 /* 'd' inline base64 data (decoded) */
+#define KORV_CM_OBJECT  120 /* 'x' object header <name> */
+#define KORV_CM_SECTION 110 /* 'n' section header [name] */
+#define KORV_CM_LABEL   108 /* 'l' bare word ended by ':' */
+#define KORV_CM_ASSIGN   97 /* 'a' bare word ended by '=' */
+#define KORV_CM_PLAIN   112 /* 'p' bare word ended by end of line, or a brace block */
+#define KORV_CM_EOF     101 /* 'e' end of input before a token */
+#define KORV_CM_FAIL     69 /* 'E' failure */
+
+/* Kinds of CM tree nodes. */
+#define KORV_CMK_OBJECT  0u
+#define KORV_CMK_SECTION 1u
+#define KORV_CMK_LABEL   2u
+#define KORV_CMK_PLAIN   3u
+#define KORV_CMK_STRING  4u
+#define KORV_CMK_DATA    5u
+
+/* One node of a CM tree. text is always NUL-terminated (it may be NULL in a
+ * duplicate of an empty node) and owned by the node unless borrowed is
+ * nonzero. A tree is handed around as its first top-level node. */
+struct KorvCMNode {
+    char *text;
+    uint64_t length;
+    uint32_t borrowed;
+    uint32_t kind;
+    KorvCMNode *child;
+    KorvCMNode *next;
+};
+
+/* Read one token from in, write its text to out, return its code. */
+KORV_API int KorvReadUserCM(KorvIO *in, KorvIO *out);
+KORV_API int KorvReadOldUserCM(KorvIO *in, KorvIO *out);
+
+/* Read a document into *root (adding to a tree already there). 1 success,
+ * 0 failure (tree freed, *root NULL), 0xFFFFFFFF misplaced node (the tree
+ * read so far stays in *root). */
+KORV_API uint32_t KorvReadUserCMData(KorvIO *in, KorvCMNode **root, uint32_t require_id);
+/* 1 success, 0xFFFFFFFF a write came up short, 0 if out is NULL. */
+KORV_API uint32_t KorvWriteUserCMData(KorvCMNode *root, KorvIO *out);
+
+/* Lookups: any name may be NULL; indexes count from 0. */
+KORV_API KorvCMNode *KorvIndexedGetUserCMData(KorvCMNode *root,
+    const char *object, uint32_t object_index,
+    const char *section, uint32_t section_index,
+    const char *label, uint32_t label_index);
+KORV_API KorvCMNode *KorvGetUserCMData(KorvCMNode *root,
+    const char *object, const char *section, const char *label);
+KORV_API char *KorvGetParam(KorvCMNode *root,
+    const char *object, const char *section, const char *label);
+KORV_API uint32_t KorvGetData(KorvCMNode *root, const char *object,
+    const char *section, const char *label, void **data, uint64_t *length);
+KORV_API uint32_t KorvGetUserCMList(KorvCMNode *root, const char *object,
+    const char *section, const char *label, char ***list);
+KORV_API void KorvFreeUserCMList(char ***list);
+KORV_API void KorvFreeUserCMData(KorvCMNode *node);
+
+/* Making, setting and deleting; each returns the (possibly new) root. */
+KORV_API KorvCMNode *KorvMergeUserCMData(KorvCMNode *root, const char *object,
+    const char *section, const char *label, KorvCMNode **last);
+KORV_API KorvCMNode *KorvSetString(KorvCMNode *root, const char *object,
+    const char *section, const char *label, const char *string);
+KORV_API KorvCMNode *KorvSetData(KorvCMNode *root, const char *object,
+    const char *section, const char *label, const void *data, uint64_t length);
+KORV_API KorvCMNode *KorvSetParam(KorvCMNode *root, const char *object,
+    const char *section, const char *label, const char *value, uint64_t length);
+KORV_API KorvCMNode *KorvDeleteUserCMData(KorvCMNode *root, const char *object,
+    const char *section, const char *label);
+KORV_API void KorvDeleteParam(KorvCMNode *root, const char *object,
+    const char *section, const char *label);
+KORV_API KorvCMNode *KorvUserCMDupData(const KorvCMNode *node);
+
 /* ---- end [cm] ---- */
 
 
@@ -172,6 +375,102 @@ struct KorvIO {
  * [thread] Synchronisation, threads, thread-local storage, coroutines
  * ====================================================================== */
 
+/* Every object is a heap record owned by the caller through an opaque
+ * pointer. A null object handed to an operation counts as success (1) and
+ * does nothing, so callers can run with locking switched off.
+ * Waits return 1 when acquired or signalled, 2 when timed out, 0 on failure.
+ * Time-outs are milliseconds; KORV_INFINITE waits without limit. */
+#define KORV_INFINITE 0xFFFFFFFFu
+
+typedef struct KorvCriticalSection KorvCriticalSection; /* re-entrant lock */
+typedef struct KorvMutex KorvMutex;         /* re-entrant for its owner */
+typedef struct KorvSemaphore KorvSemaphore; /* maximum count 65535 */
+typedef struct KorvEvent KorvEvent;
+typedef struct KorvThread KorvThread;       /* the platform thread handle */
+
+/* Condition variable: waiters sleep on `queue`; the last waiter released
+ * by a broadcast sets `done`. The counters are touched only under `lock`. */
+typedef struct KorvConditional {
+  int32_t waiters;           /* threads waiting */
+  uint32_t broadcasting;     /* set while a broadcast releases waiters */
+  KorvCriticalSection *lock; /* guards the two counters */
+  KorvSemaphore *queue;      /* initial 0, maximum 65535 */
+  KorvEvent *done;           /* auto-reset, initially not signalled */
+} KorvConditional;
+
+/* Entry of a thread; its result is the thread's exit code. It must not
+ * return 259, the platform's "still active" value, or it cannot be joined. */
+typedef uint32_t (*KorvThreadFunc)(void *arg);
+
+KORV_API uint32_t KorvInitCriticalSection(KorvCriticalSection **cs);
+KORV_API uint32_t KorvFreeCriticalSection(KorvCriticalSection *cs);
+KORV_API uint32_t KorvEnterCriticalSection(KorvCriticalSection *cs);
+KORV_API uint32_t KorvLeaveCriticalSection(KorvCriticalSection *cs);
+
+/* Init of a mutex, semaphore or event: 0 for a null address or when the
+ * platform object cannot be made; otherwise 1, also when the holding cell
+ * cannot be allocated (the pointer is then null). */
+KORV_API uint32_t KorvInitMutex(KorvMutex **m);
+KORV_API uint32_t KorvFreeMutex(KorvMutex *m);
+KORV_API uint32_t KorvLockMutex(KorvMutex *m);
+KORV_API uint32_t KorvTryLockMutex(KorvMutex *m); /* 1, 2 held elsewhere, 0 */
+KORV_API uint32_t KorvUnlockMutex(KorvMutex *m);
+
+KORV_API uint32_t KorvInitSemaphore(KorvSemaphore **s, uint32_t initial);
+KORV_API uint32_t KorvFreeSemaphore(KorvSemaphore *s);
+KORV_API uint32_t KorvTimedWaitSemaphore(KorvSemaphore *s, uint32_t ms);
+KORV_API uint32_t KorvPostSemaphore(KorvSemaphore *s);
+
+KORV_API uint32_t KorvInitEvent(KorvEvent **e, uint32_t manual_reset, uint32_t initial_state);
+KORV_API uint32_t KorvFreeEvent(KorvEvent *e);
+KORV_API uint32_t KorvSetEvent(KorvEvent *e);
+KORV_API uint32_t KorvResetEvent(KorvEvent *e);
+/* Releases the threads waiting at this moment (one of them for an
+ * auto-reset event) and leaves the event reset. */
+KORV_API uint32_t KorvPulseEvent(KorvEvent *e);
+KORV_API uint32_t KorvWaitSingleEvent(KorvEvent *e, uint32_t ms);
+/* Waits for one (or, with wait_all, every) event of the array. *index is
+ * first set to 0, then to the index of the signalled event. */
+KORV_API uint32_t KorvWaitMultipleEvent(KorvEvent **events, uint32_t count, uint32_t wait_all,
+                                        uint32_t ms, uint32_t *index);
+
+KORV_API uint32_t KorvInitConditional(KorvConditional **c);
+KORV_API uint32_t KorvFreeConditional(KorvConditional *c);
+KORV_API uint32_t KorvSignalConditional(KorvConditional *c);
+KORV_API uint32_t KorvBroadcastConditional(KorvConditional *c);
+KORV_API uint32_t KorvWaitConditional(KorvConditional *c, KorvMutex *m);
+KORV_API uint32_t KorvTimedWaitConditional(KorvConditional *c, KorvMutex *m, uint32_t ms);
+
+KORV_API uint32_t KorvTLSAlloc(uint32_t *index);
+KORV_API uint32_t KorvTLSFree(uint32_t index);
+KORV_API uint32_t KorvTLSSetValue(uint32_t index, void *value);
+KORV_API void *KorvTLSGetValue(uint32_t index);
+
+KORV_API uint32_t KorvCreateThread(KorvThread **thread, KorvThreadFunc func, void *arg);
+KORV_API KORV_NORETURN void KorvExitThread(uint32_t code);
+KORV_API uint32_t KorvJoinThread(KorvThread *thread, uint32_t *code);
+KORV_API uint32_t KorvGetCurrentThreadId(void);
+KORV_API KorvThread *KorvGetCurrentThread(void);
+
+/* Coroutine: a body on its own stack, run by KorvCoroResume until it calls
+ * KorvCoroYield or returns. */
+typedef struct KorvCoro KorvCoro;
+typedef void (*KorvCoroBody)(KorvCoro *coro, void *arg);
+struct KorvCoro {
+  uint32_t finished;  /* 1 once the body has returned */
+  void *arg;          /* the body's argument */
+  KorvCoroBody body;
+  void *fiber;        /* the coroutine's own context; null once deleted */
+  void *caller;       /* the context to return to, recorded at each resume */
+};
+
+/* 0 when the record or its stack cannot be allocated (*coro is then null);
+ * stack_size 0 means the platform's default. The body does not run yet. */
+KORV_API uint32_t KorvCoroCreate(KorvCoro **coro, KorvCoroBody body, void *arg, size_t stack_size);
+KORV_API uint32_t KorvCoroResume(KorvCoro *coro); /* 0 once finished */
+KORV_API uint32_t KorvCoroYield(KorvCoro *coro);
+KORV_API uint32_t KorvCoroFree(KorvCoro *coro);
+
 /* ---- end [thread] ---- */
 
 
@@ -185,6 +484,37 @@ struct KorvIO {
 /* ======================================================================
  * [util] Strings, tokens, small heap, UTF-8, arrays, hashing, byte order
  * ====================================================================== */
+
+/* Item arrays: count pointers and a terminating NULL. */
+KORV_API uint32_t KorvAllocArray(void ***array, uint32_t count, uint32_t size);
+KORV_API uint32_t KorvReallocArray(void ***array, uint32_t count, uint32_t size);
+KORV_API uint32_t KorvFreeArray(void **array);
+KORV_API uint32_t KorvFreeSmartArray(void **array);
+KORV_API void *KorvGetArrayItem(void **array, uint32_t index);
+KORV_API uint32_t KorvGetArraySize(void **array);
+
+/* Hashes and byte order. */
+typedef struct KorvMD5Context {
+    uint32_t state[4];
+    uint32_t count[2]; /* bit count, low word first */
+    unsigned char buffer[64];
+} KorvMD5Context;
+KORV_API uint16_t KorvHashBytes(const void *data, uint32_t length);
+KORV_API uint32_t KorvHashString(const char *text);
+KORV_API uint32_t KorvFNVHashBytes(const void *data, uint32_t length, uint32_t seed);
+KORV_API void KorvMD5Init(KorvMD5Context *context);
+KORV_API void KorvMD5Update(KorvMD5Context *context, const void *data, uint32_t length);
+KORV_API void KorvMD5Final(unsigned char digest[16], KorvMD5Context *context);
+KORV_API void KorvSwabShort(void *value);
+KORV_API void KorvSwabLong(void *value);
+KORV_API void KorvSwabDouble(void *value);
+KORV_API void KorvSwabShortArray(void *values, uint32_t count);
+KORV_API void KorvSwabLongArray(void *values, uint32_t count);
+KORV_API void KorvSwabDoubleArray(void *values, uint32_t count);
+KORV_API uint32_t KorvIdentifyProcessorCount(void);
+KORV_API uint64_t KorvIdentifyMemory(uint32_t selector);
+
+/* -- strings, tokens, small heap, UTF-8 and code pages follow -- */
 
 /* ---- end [util] ---- */
 
