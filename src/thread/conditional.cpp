@@ -92,7 +92,7 @@ extern "C" KORV_API uint32_t KorvBroadcastConditional(KorvConditional *c) {
 
   uint32_t r = KorvWaitSingleEvent(c->done, kBroadcastLimitMs);
   if (r == sys::kWaitTimeout)
-    sys::report_error("KorvBroadcastConditional: timed out waiting for cv waiters to wake up.\n");
+    KorvError("KorvBroadcastConditional: timed out waiting for cv waiters to wake up.\n");
   KorvEnterCriticalSection(c->lock);
   c->broadcasting = 0;
   KorvLeaveCriticalSection(c->lock);

@@ -7,7 +7,6 @@
 // when any multi-event wait is running, the shared multi-wait condition.
 #include <errno.h>
 #include <pthread.h>
-#include <stdio.h>
 #include <time.h>
 
 #include "thread/recursive_lock_posix.h"
@@ -322,11 +321,6 @@ uint32_t release_mutex_and_wait(void *m, void *s, uint32_t ms) {
 uint32_t set_event_and_lock(void *e, void *m) {
   event_set(e);
   return mutex_wait(m, KORV_INFINITE);
-}
-
-void report_error(const char *text) {
-  fputs(text, stderr);
-  fflush(stderr);
 }
 
 }  // namespace korv::sys

@@ -54,9 +54,6 @@ uint32_t release_mutex_and_wait(void *m, void *s, uint32_t ms);
 // Sets event e and waits for mutex m without limit; 1 or 0.
 uint32_t set_event_and_lock(void *e, void *m);
 
-// Writes one error line to the library's error channel.
-void report_error(const char *text);
-
 }  // namespace korv::sys
 
 #endif

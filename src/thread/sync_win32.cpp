@@ -1,7 +1,6 @@
 // Mutexes, semaphores and events on kernel objects; the handle is the
 // platform object itself.
 #include <windows.h>
-#include <stdio.h>
 
 #include "thread/sync_sys.h"
 
@@ -59,11 +58,6 @@ uint32_t release_mutex_and_wait(void *m, void *s, uint32_t ms) {
 
 uint32_t set_event_and_lock(void *e, void *m) {
   return wait_result(SignalObjectAndWait(h(e), h(m), INFINITE, FALSE));
-}
-
-void report_error(const char *text) {
-  fputs(text, stderr);
-  fflush(stderr);
 }
 
 }  // namespace korv::sys
