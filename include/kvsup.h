@@ -149,7 +149,10 @@ struct KorvChunk {
 #define KORV_CHUNK_FLAGGED 4u
 
 /* Entry points of a process state; each is called with the record first. */
-typedef uint32_t (*KorvProcessFn)(KorvState *state);
+/* The process entry takes three further pointer-sized arguments that the
+ * drivers pass through (the single-output drivers pass the addresses of the
+ * output data, size and aux; the others pass nulls). */
+typedef uint32_t (*KorvProcessFn)(KorvState *state, void *a, void *b, void *c);
 typedef uint32_t (*KorvEndFn)(KorvState *state);
 typedef char *(*KorvGetErrorMsgFn)(KorvState *state);
 typedef uint32_t (*KorvGetFlagsFn)(KorvState *state);
@@ -221,6 +224,149 @@ KORV_API uint32_t KorvDupChunk(KorvChunk **dest, const KorvChunk *source);
  * [image] Generic image header, enumerations, windows, colour spaces
  * ====================================================================== */
 
+/* Fixed limits of the generic header. */
+#define KORV_MAX_SEPARATIONS 36
+
+/* Kinds of data (the kind field). */
+#define KORV_KIND_RASTER     0u  /* unspecified raster */
+#define KORV_KIND_RAW        1u  /* raw samples */
+#define KORV_KIND_SPECTRAL   9u  /* spectral measurements */
+#define KORV_KIND_INFO      10u  /* table of fixed-size entries */
+#define KORV_KIND_PIXELS    11u  /* raster image */
+#define KORV_KIND_FRAMES    12u  /* raster with frames and parts */
+#define KORV_KIND_TEXT      13u
+#define KORV_KIND_XML       14u
+
+/* Interleave codes. */
+#define KORV_INTERLEAVE_SCANLINE    0u
+#define KORV_INTERLEAVE_PIXEL       1u
+#define KORV_INTERLEAVE_FRAME       2u
+#define KORV_INTERLEAVE_COMPRESSION 3u
+
+/* Byte-order codes. */
+#define KORV_ENDIAN_LITTLE 0u
+#define KORV_ENDIAN_BIG    1u
+
+/* Copy and free entries of a header. */
+typedef KorvGenericHeader *(*KorvHeaderCopyFn)(KorvGenericHeader *header);
+typedef void (*KorvHeaderFreeFn)(KorvGenericHeader *header);
+
+/* The description of a data stream. A header format may allocate the record
+ * larger and keep its own fields behind this common part; copy and free are
+ * then the format's own. */
+struct KorvGenericHeader {
+    KorvHeaderCopyFn copy;
+    void *reservedEntry;
+    KorvHeaderFreeFn free;
+    /* The nine entries of the header's manager, in the order and with the
+     * types of KVHdrManager ([header] section); set when the header is made
+     * through a manager. */
+    uint32_t (*toStruct)(KorvCMNode *tree, void *record);
+    uint32_t (*loadAll)(KorvIO *io, void *destination);
+    uint32_t (*fromStruct)(void *record, KorvCMNode **tree);
+    uint32_t (*emitAll)(KorvIO *io, void *source);
+    uint32_t (*toHeader)(KorvCMNode *tree, KorvGenericHeader **header);
+    uint32_t (*loadChunk)(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk, uint32_t count);
+    uint32_t (*fromHeader)(KorvGenericHeader *header, KorvCMNode **tree);
+    uint32_t (*emitChunk)(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk, uint32_t flag);
+    uint32_t (*createHeader)(KorvGenericHeader **header);
+    uint32_t kind;
+    uint32_t endian;         /* byte order of multi-byte samples */
+    uint32_t imageParts[3];  /* their sum is the number of separations */
+    uint32_t bitsPerSample[KORV_MAX_SEPARATIONS];
+    uint32_t dimensions;     /* 1 pixels, 2 also scanlines, 3 also blobs */
+    uint32_t pixels;
+    uint32_t scanlines;
+    union {
+        uint32_t blobs;
+        uint32_t frame;      /* the frame count of kind 12 */
+    };
+    uint32_t offset;         /* added to the minimum chunk of kind 12 */
+    uint32_t reserved[6];
+    uint32_t alignment;      /* power of two; 0 natural alignment */
+    uint32_t interleave;
+    uint32_t compressed;     /* non-zero: no fixed line size */
+    uint32_t bytesPerLine[KORV_MAX_SEPARATIONS];
+    uint32_t minimumChunk;
+    uint32_t preferredChunk;
+    uint32_t colorSpace;     /* 0 unknown */
+    KorvCMNode *params;      /* owned: further parameters in sections */
+};
+
+KORV_API uint32_t KorvInitGenericHeader(KorvGenericHeader *header);
+/* count records of size bytes each (at least the common part). */
+KORV_API uint32_t KorvAllocHeaders(KorvGenericHeader ***array, int32_t count, int32_t size);
+KORV_API KorvGenericHeader *KorvGenericHeaderCopy(KorvGenericHeader *header);
+KORV_API void KorvGenericHeaderFree(KorvGenericHeader *header);
+
+/* Byte geometry of scan lines. Each Calc*Array function returns the line
+ * total and fills one entry of out per separation. */
+KORV_API uint32_t KorvCalcBytesPerSep(uint32_t bits, uint32_t pixels);
+KORV_API uint32_t KorvCalcBytesArray(uint32_t *out, uint32_t count, const uint32_t *bits,
+                                     uint32_t pixels);
+KORV_API uint32_t KorvCalcInterleaveBytesArray(uint32_t interleave, uint32_t *out, uint32_t count,
+                                               const uint32_t *bits, uint32_t pixels);
+KORV_API uint32_t KorvCalcAlignedBytesArray(uint32_t *out, uint32_t alignment, uint32_t count,
+                                            const uint32_t *bits, uint32_t pixels);
+KORV_API uint32_t KorvCalcAlignedInterleaveBytesArray(uint32_t interleave, uint32_t *out,
+                                                      uint32_t alignment, uint32_t count,
+                                                      const uint32_t *bits, uint32_t pixels);
+KORV_API uint32_t KorvHeaderFillInBytes(KorvGenericHeader *header);
+KORV_API uint32_t KorvHeaderGetTotalBytes(const KorvGenericHeader *header);
+KORV_API uint32_t KorvHeaderGetMinimumBytes(const KorvGenericHeader *header);
+KORV_API uint32_t KorvHeaderGetPreferredBytes(const KorvGenericHeader *header);
+
+/* Resolution and units in section "Origin" of the parameters. Get returns
+ * 1 resolution given, 2 only the aspect given, 0 neither. */
+KORV_API uint32_t KorvHeaderGetResolution(KorvGenericHeader *header, double *x, double *y);
+KORV_API uint32_t KorvHeaderSetResolution(KorvGenericHeader *header, double x, double y);
+KORV_API char *KorvHeaderGetUnits(KorvGenericHeader *header);
+KORV_API uint32_t KorvHeaderSetUnits(KorvGenericHeader *header, const char *units);
+
+/* Vocabularies: code to word (never NULL) and word to code (-1 unknown). */
+KORV_API const char *KorvOrient2Str(uint32_t code);
+KORV_API int32_t KorvStr2Orient(const char *text);
+KORV_API const char *KorvScanDir2Str(uint32_t code);
+KORV_API int32_t KorvStr2ScanDir(const char *text);
+KORV_API const char *KorvInterleave2Str(uint32_t code);
+KORV_API int32_t KorvStr2Interleave(const char *text); /* 0 for any unknown word */
+KORV_API const char *KorvComp2Str(uint32_t code);
+KORV_API int32_t KorvStr2Comp(const char *text);
+KORV_API const char *KorvEndian2Str(uint32_t code);
+KORV_API int32_t KorvStr2Endian(const char *text);
+KORV_API uint32_t KorvIdentifyEndian(void);
+KORV_API uint32_t KorvIdentifyArch(uint32_t *arch, uint32_t *variant);
+
+/* Pixel and fractional windows: x, y, width, height. */
+typedef struct KorvWindow {
+    int32_t x;
+    int32_t y;
+    uint32_t width;
+    uint32_t height;
+} KorvWindow;
+typedef struct KorvFWindow {
+    double x;
+    double y;
+    double width;
+    double height;
+} KorvFWindow;
+
+KORV_API uint32_t KorvFWinToWin(uint32_t width, uint32_t height, const KorvFWindow *fwin,
+                                KorvWindow *win);
+KORV_API uint32_t KorvWinToFWin(uint32_t width, uint32_t height, const KorvWindow *win,
+                                KorvFWindow *fwin);
+/* 0 refused, 1 already inside, 2 changed. */
+KORV_API uint32_t KorvCropWin(int32_t width, int32_t height, KorvWindow *win);
+
+/* Colour spaces. */
+KORV_API uint32_t KorvStr2Clr(const char *text);
+KORV_API const char *KorvClr2Str(uint32_t code);
+KORV_API uint32_t KorvValidColor(uint32_t code);
+KORV_API int32_t KorvGetImageParts(uint32_t code);
+KORV_API uint32_t KorvCompareColor(uint32_t a, uint32_t b);
+KORV_API uint32_t KorvColorQuery(uint32_t code, uint32_t bits);
+KORV_API uint32_t KorvGetDefaultColor(uint32_t parts);
+
 /* ---- end [image] ---- */
 
 
@@ -228,12 +374,56 @@ KORV_API uint32_t KorvDupChunk(KorvChunk **dest, const KorvChunk *source);
  * [args] Argument lists, parsing, binary argument blocks and headers
  * ====================================================================== */
 
+/* -- binary headers -- */
+/* The fixed head of a binary header, before its parameter area. */
+#define KORV_BINHDR_HEAD_SIZE 556
+/* Writes header as a binary header in byte order order (0 little-endian,
+ * else big-endian). With block NULL: the size needed at most. With *block
+ * NULL: a block of that size is allocated. Returns the size written, -1
+ * when capacity is too small (or the header cannot be represented), 0 for
+ * a NULL header or when memory runs out. */
+KORV_API int32_t KorvBinHdrFromHdr(const KorvGenericHeader *header, uint32_t order, void **block,
+                                   uint32_t capacity);
+/* A new generic header from a binary header; NULL when the block is not
+ * valid. limit 0 means unchecked. With in_place the parameter texts point
+ * into the block, which must outlive the header. */
+KORV_API KorvGenericHeader *KorvBinHdrToHdr(const void *block, uint32_t limit, uint32_t in_place);
+/* -- end binary headers -- */
+
 /* ---- end [args] ---- */
 
 
 /* ======================================================================
  * [header] Header managers and chunk encodings
  * ====================================================================== */
+
+/* The nine entries that convert one header format. Each returns a status;
+ * an empty entry makes the operation that needs it fail with 0. A header
+ * made through a manager carries a copy of them, in this order, right after
+ * its free entry. */
+typedef uint32_t (*KVHdrToStructFn)(KorvCMNode *tree, void *record);
+typedef uint32_t (*KVHdrLoadAllFn)(KorvIO *io, void *destination);
+typedef uint32_t (*KVHdrFromStructFn)(void *record, KorvCMNode **tree);
+typedef uint32_t (*KVHdrEmitAllFn)(KorvIO *io, void *source);
+typedef uint32_t (*KVHdrToHeaderFn)(KorvCMNode *tree, KorvGenericHeader **header);
+typedef uint32_t (*KVHdrLoadChunkFn)(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
+                                     uint32_t count);
+typedef uint32_t (*KVHdrFromHeaderFn)(KorvGenericHeader *header, KorvCMNode **tree);
+typedef uint32_t (*KVHdrEmitChunkFn)(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
+                                     uint32_t flag);
+typedef uint32_t (*KVHdrCreateHeaderFn)(KorvGenericHeader **header);
+
+typedef struct KVHdrManager {
+    KVHdrToStructFn toStruct;
+    KVHdrLoadAllFn loadAll;
+    KVHdrFromStructFn fromStruct;
+    KVHdrEmitAllFn emitAll;
+    KVHdrToHeaderFn toHeader;
+    KVHdrLoadChunkFn loadChunk;
+    KVHdrFromHeaderFn fromHeader;
+    KVHdrEmitChunkFn emitChunk;
+    KVHdrCreateHeaderFn createHeader;
+} KVHdrManager;
 
 /* ---- end [header] ---- */
 
@@ -266,6 +456,15 @@ struct KorvIO {
     KorvIOSeekFn seek;
     KorvIOSetOwnedFn set_owned;
 };
+
+/* Network streams: TCP client and listening sockets, HTTP/1.1 URL streams
+ * (GET downloads; mode 'w' a chunked PUT upload; 'n' non-blocking), and a
+ * wait on several socket streams: 1 ready, 2 time-out, 0xFFFFFFFF failure. */
+KORV_API KorvIO *KorvIO_TcpSocket(const char *host, uint16_t port, uint32_t backlog,
+                                  uint32_t blocking);
+KORV_API KorvIO *KorvIO_URL(const char *url, const char *mode);
+KORV_API uint32_t KorvIOSelect(KorvIO **reads, uint32_t read_count, KorvIO **writes,
+                               uint32_t write_count, uint32_t timeout_ms);
 
 /* ---- end [io] ---- */
 

@@ -10,7 +10,7 @@ static_assert(offsetof(KorvState, queueLength) == 168, "queue length ends the co
 
 namespace {
 
-uint32_t default_process(KorvState *state)
+uint32_t default_process(KorvState *state, void *, void *, void *)
 {
     return state ? 1 : 0;
 }

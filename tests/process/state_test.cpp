@@ -32,7 +32,7 @@ TEST(StateRecord, AllocationRules)
     EXPECT_EQ(state, nullptr);
 
     ASSERT_EQ(KorvAllocState(&state, 400), 1u); // room for private fields
-    EXPECT_EQ(state->processPoint(state), 1u);
+    EXPECT_EQ(state->processPoint(state, nullptr, nullptr, nullptr), 1u);
     EXPECT_EQ(state->status, 0);
     EXPECT_EQ(state->errorMsg, nullptr);
     EXPECT_EQ(state->getErrorMsg(state), nullptr);
@@ -111,6 +111,38 @@ TEST_F(State, OutputFlagsAreBoundedByTheCachedCount)
     EXPECT_EQ(KorvGetOutputFlags(nullptr, 0), 0u);
     EXPECT_EQ(state->getOutputBinHeader(state, 0, nullptr, 0), 0);
     state->outputFlags = nullptr;
+}
+
+TEST_F(State, OutputHeadersGoOutAsBinaryHeaders)
+{
+    KorvGenericHeader *header = nullptr;
+    KorvGenericHeader **headers = nullptr;
+    ASSERT_EQ(KorvAllocHeaders(&headers, 1, sizeof(KorvGenericHeader)), 1u);
+    header = headers[0];
+    header->kind = KORV_KIND_PIXELS;
+    header->dimensions = 2;
+    header->pixels = 7;
+    header->scanlines = 3;
+    state->outputHeaders = headers;
+
+    int32_t need = state->getOutputBinHeader(state, 0, nullptr, 0);
+    ASSERT_GE(need, KORV_BINHDR_HEAD_SIZE);
+    unsigned char block[2048];
+    ASSERT_LE(need, (int32_t)sizeof block);
+    int32_t written = state->getOutputBinHeader(state, 0, block, sizeof block);
+    ASSERT_GE(written, KORV_BINHDR_HEAD_SIZE);
+    EXPECT_EQ(block[0], 'B');
+    EXPECT_EQ(block[1], 'H');
+    EXPECT_EQ(state->getOutputBinHeader(state, 0, block, 10), -1); // too small
+    KorvGenericHeader *back = KorvBinHdrToHdr(block, (uint32_t)written, 0);
+    ASSERT_NE(back, nullptr);
+    EXPECT_EQ(back->pixels, 7u);
+    EXPECT_EQ(back->scanlines, 3u);
+    back->free(back);
+
+    state->outputHeaders = nullptr;
+    header->free(header);
+    korv_internal_free(headers);
 }
 
 TEST_F(State, ChunkEntriesAndFlaggedChunk)
