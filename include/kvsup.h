@@ -457,15 +457,6 @@ struct KorvIO {
     KorvIOSetOwnedFn set_owned;
 };
 
-/* Network streams: TCP client and listening sockets, HTTP/1.1 URL streams
- * (GET downloads; mode 'w' a chunked PUT upload; 'n' non-blocking), and a
- * wait on several socket streams: 1 ready, 2 time-out, 0xFFFFFFFF failure. */
-KORV_API KorvIO *KorvIO_TcpSocket(const char *host, uint16_t port, uint32_t backlog,
-                                  uint32_t blocking);
-KORV_API KorvIO *KorvIO_URL(const char *url, const char *mode);
-KORV_API uint32_t KorvIOSelect(KorvIO **reads, uint32_t read_count, KorvIO **writes,
-                               uint32_t write_count, uint32_t timeout_ms);
-
 /* ---- end [io] ---- */
 
 
@@ -714,6 +705,153 @@ KORV_API uint32_t KorvIdentifyProcessorCount(void);
 KORV_API uint64_t KorvIdentifyMemory(uint32_t selector);
 
 /* -- strings, tokens, small heap, UTF-8 and code pages follow -- */
+
+/* Strings. Byte strings are NUL-terminated; a null string reads as an empty
+ * one, except where a copy is asked for (null gives null). Lengths and counts
+ * are in bytes; wide strings are 16-bit units. */
+KORV_API char *KorvStrDup(const char *s);
+KORV_API char *KorvStrNDup(const char *s, size_t n);
+KORV_API char *KorvStrCpy(char *dest, const char *src);
+/* Copies until the source's NUL or n bytes; writes a NUL only when the source
+ * ended within n bytes, and never pads. */
+KORV_API char *KorvStrNCpy(char *dest, const char *src, size_t n);
+KORV_API char *KorvStrCat(char *dest, const char *src);
+KORV_API char *KorvStrNCat(char *dest, const char *src, size_t n); /* always terminated */
+/* Differences of the first differing bytes, taken as signed bytes. The
+ * case-insensitive forms fold through KorvAsciiToLower. */
+KORV_API int32_t KorvStrCmp(const char *a, const char *b);
+KORV_API int32_t KorvStrNCmp(const char *a, const char *b, size_t n);
+KORV_API int32_t KorvStrCaseCmp(const char *a, const char *b);
+KORV_API int32_t KorvStrNCaseCmp(const char *a, const char *b, size_t n);
+/* The terminator is never found. */
+KORV_API char *KorvStrChr(const char *s, int32_t c);
+KORV_API char *KorvStrRChr(const char *s, int32_t c);
+KORV_API uint16_t *KorvWideStrChr(const uint16_t *s, uint16_t c);
+KORV_API uint16_t *KorvWideStrRChr(const uint16_t *s, uint16_t c);
+KORV_API size_t KorvStrLen(const char *s);
+KORV_API size_t KorvStrNLen(const char *s, size_t n);
+KORV_API size_t KorvWideStrLen(const uint16_t *s);
+/* An empty haystack gives null; an empty needle gives the haystack. */
+KORV_API char *KorvStrStr(const char *haystack, const char *needle);
+/* Last occurrence; an empty needle gives the haystack's terminator. */
+KORV_API char *KorvStrRStr(const char *haystack, const char *needle);
+
+/* ASCII classification and case mapping. The case tables are one entry
+ * wider than the alphabet: KorvAsciiToLower maps '[' to '{' and
+ * KorvAsciiToUpper maps '`' to '@'. Bytes of 0x80 and above map to
+ * themselves. */
+KORV_API int32_t KorvAsciiToUpper(int32_t c);
+KORV_API int32_t KorvAsciiToLower(int32_t c);
+KORV_API uint32_t KorvIsAsciiPrint(int32_t c);
+KORV_API uint32_t KorvIsAsciiChar(int32_t c);
+KORV_API uint32_t KorvIsAsciiSpace(int32_t c);
+KORV_API uint32_t KorvIsAsciiAlpha(int32_t c);
+KORV_API uint32_t KorvIsAsciiDigit(int32_t c);
+KORV_API uint32_t KorvIsAsciiHexDigit(int32_t c);
+
+/* Small heap: an arena of blocks from which small pieces are carved and
+ * released all at once. Every Sh routine takes the heap first; a null heap
+ * means the general allocator (free those results with korv_internal_free,
+ * or korv_internal_aligned_free for the aligned forms). */
+typedef struct KorvSmallHeapBlock KorvSmallHeapBlock;
+struct KorvSmallHeapBlock {
+    KorvSmallHeapBlock *next;
+    size_t size;            /* size when made; then the size of the latest piece */
+    unsigned char *freePos; /* first byte not yet handed out */
+    unsigned char *end;     /* one past the block's last byte */
+};
+struct KorvSmallHeap {
+    KorvSmallHeapBlock *first;
+    KorvSmallHeapBlock *current; /* tried first by an allocation */
+    size_t total;                /* bytes of blocks reserved so far */
+};
+#define KORV_SMALL_HEAP_BLOCK 65536u
+
+KORV_API KorvSmallHeap *KorvSmallHeapInit(void);
+KORV_API void KorvSmallHeapRelease(KorvSmallHeap *heap);
+KORV_API void KorvSmallHeapFree(KorvSmallHeap *heap);
+KORV_API void *korv_internal_sh_malloc(KorvSmallHeap *heap, size_t size);
+KORV_API void *korv_internal_sh_calloc(KorvSmallHeap *heap, size_t count, size_t size);
+KORV_API void *korv_internal_sh_aligned_malloc(KorvSmallHeap *heap, size_t size, size_t alignment);
+KORV_API void *korv_internal_sh_aligned_alloc(KorvSmallHeap *heap, size_t size, size_t alignment);
+KORV_API char *KorvShStrDup(KorvSmallHeap *heap, const char *s);
+KORV_API char *KorvShStrNDup(KorvSmallHeap *heap, const char *s, size_t n);
+
+/* Tokenizer flags. */
+#define KORV_TOKEN_SKIP_DELIMITERS 1u /* skip delimiters before a token */
+#define KORV_TOKEN_SINGLE_QUOTES   2u /* '...' groups */
+#define KORV_TOKEN_DOUBLE_QUOTES   4u /* "..." groups */
+#define KORV_TOKEN_ESCAPES         8u /* backslash escapes inside quotes */
+#define KORV_TOKEN_KEEP_QUOTES    16u /* keep the quote characters */
+
+/* Tokenizers. *position belongs to the caller and must be null before the
+ * first call; the walk ends when null is returned. KorvTokenParse cuts the
+ * token out of the string in place; the Dup forms return a new copy (from
+ * the heap, or the general allocator) and leave the string unchanged. */
+KORV_API char *KorvTokenParseEx(char *string, const char *delimiters, uint32_t flags,
+                                char **position);
+KORV_API char *KorvTokenParse(char *string, const char *delimiters, char **position);
+KORV_API char *KorvShDupTokenParseEx(KorvSmallHeap *heap, const char *string,
+                                     const char *delimiters, uint32_t flags,
+                                     const char **position);
+KORV_API char *KorvShDupTokenParse(KorvSmallHeap *heap, const char *string,
+                                   const char *delimiters, const char **position);
+KORV_API char *KorvDupTokenParseEx(const char *string, const char *delimiters, uint32_t flags,
+                                   const char **position);
+KORV_API char *KorvDupTokenParse(const char *string, const char *delimiters,
+                                 const char **position);
+/* Every token as a copy, in an array ending in NULL. Without a heap, free
+ * the result with KorvFreeArray. */
+KORV_API char **KorvShSplitStringEx(KorvSmallHeap *heap, const char *string,
+                                    const char *delimiters, uint32_t flags);
+KORV_API char **KorvShSplitString(KorvSmallHeap *heap, const char *string,
+                                  const char *delimiters);
+KORV_API char **KorvSplitStringEx(const char *string, const char *delimiters, uint32_t flags);
+KORV_API char **KorvSplitString(const char *string, const char *delimiters);
+
+/* Trimming in place; both return s. */
+KORV_API char *KorvStripLeadingSpaces(char *s);
+KORV_API char *KorvStripTrailingSpaces(char *s);
+/* 1 when s is inline data (a list of numbers) rather than a file name. */
+KORV_API uint32_t KorvIsImmediateData(const char *s);
+
+/* UTF-8 conversions. Results are new strings from korv_internal_malloc.
+ * UTF-16 is in the machine's byte order, UCS-4 holds 32-bit code points;
+ * both are NUL-terminated. */
+KORV_API uint16_t *KorvUTF8ConvertToUTF16(const char *s);
+KORV_API char *KorvUTF8ConvertFromUTF16(const uint16_t *s);
+KORV_API uint32_t *KorvUTF8ConvertToUCS4(const char *s);
+KORV_API char *KorvUTF8ConvertFromUCS4(const uint32_t *s);
+/* Named encodings: null, "utf8", "utf-8", "ACP", "OEMCP" or "CP<number>",
+ * without regard to case. ConvertTo stores the result's length without the
+ * terminator when length is not null. ConvertFrom reads length bytes of a
+ * NUL-terminated text, all of it when length is 0 or negative. */
+KORV_API char *KorvUTF8ConvertTo(const char *s, const char *encoding, int32_t *length);
+KORV_API char *KorvUTF8ConvertFrom(const char *s, int32_t length, const char *encoding);
+/* The process-wide file-name encoding (null: file names are UTF-8). */
+KORV_API uint32_t KorvUTF8SetFilenameEncoding(const char *encoding);
+KORV_API const char *KorvUTF8GetFilenameEncoding(void);
+KORV_API char *KorvUTF8ConvertToFilename(const char *s);
+KORV_API char *KorvUTF8ConvertFromFilename(const char *s);
+
+/* Character walks. Counting stops at the terminator or the first bad
+ * sequence; null strings give -1. */
+KORV_API int32_t KorvUTF8StrLen(const char *s);
+KORV_API int32_t KorvUTF8StrNLen(const char *s, size_t limit);
+KORV_API char *KorvUTF8StrChr(const char *s, uint32_t c);
+KORV_API char *KorvUTF8StrRChr(const char *s, uint32_t c);
+/* Decodes the character at *position and moves past it. Returns 0 at the
+ * terminator; on a bad sequence returns 0, sets *error to 1 and leaves the
+ * position. remaining (optional) is the number of bytes left, decreased by
+ * the sequence length. */
+KORV_API uint32_t KorvUTF8NextChar(const char **position, size_t *remaining, int32_t *error);
+/* 1 to 4; 0 at the terminator; -1 for a bad sequence or null. */
+KORV_API int32_t KorvUTF8NextCharLen(const char *position);
+KORV_API uint32_t KorvUTF8IsNextCharValid(const char *position);
+/* The position after the next character: the same position at the
+ * terminator, one byte on for a bad sequence. */
+KORV_API char *KorvUTF8Inc(const char *position);
+
 
 /* ---- end [util] ---- */
 
