@@ -374,6 +374,62 @@ KORV_API uint32_t KorvGetDefaultColor(uint32_t parts);
  * [args] Argument lists, parsing, binary argument blocks and headers
  * ====================================================================== */
 
+/* -- argument lists -- */
+/* An argument list is an array of words: entries of a name word
+ * ("name:types"), the value words of each type, and a NULL word; the list
+ * ends with KORV_ARG_END. Growable lists keep KORV_ARG_CAPACITY in their
+ * last word. The list owns nothing it points to. Every operation below
+ * takes its words as variable arguments ending with KORV_ARG_END. */
+#define KORV_ARG_CAPACITY ((KorvArgWord)3)
+
+/* Writes the words from list[0] on (the caller's array must be large
+ * enough); returns 1. */
+KORV_API uint32_t KorvBuildArgs(KorvArgWord *list, ...);
+/* Writes the words from the list's end marker on. */
+KORV_API void KorvAppendArgs(KorvArgWord *list, ...);
+/* The same into a growable list (*list null: a new one), growing as
+ * needed: 1, or 0 for a null address or when it cannot grow (then *list is
+ * null and the old block is the caller's). */
+KORV_API uint32_t KorvSafeBuildArgs(KorvArgWord **list, ...);
+KORV_API uint32_t KorvSafeAppendArgs(KorvArgWord **list, ...);
+/* Appends the entry "name:..." whose values come from value text: words
+ * separated by blanks outside quotes, each a literal string or a reference
+ * %{name[start]:count} (count '#' for all) to the values of the macro
+ * list. Texts and counts come from the small heap. 1 done, 2 a reference
+ * names nothing (list unchanged), 0 error or no memory. */
+KORV_API uint32_t KorvSafeAppendArgValue(KorvSmallHeap *heap, KorvArgWord **list,
+                                         const char *name, const char *value,
+                                         const KorvArgWord *macros);
+/* The same with one value word per element of a NULL-terminated array. */
+KORV_API uint32_t KorvSafeAppendArgList(KorvSmallHeap *heap, KorvArgWord **list,
+                                        const char *name, const char *const *values,
+                                        const KorvArgWord *macros);
+/* Removes every entry whose whole name text equals one of the given texts
+ * (without regard to case); returns 1. */
+KORV_API uint32_t KorvRemoveArgs(KorvArgWord *list, ...);
+/* Reads named arguments: for each request, "name:types", a pointer to an
+ * int32_t found flag (or NULL) and one destination per type ('#' arrays:
+ * a count and an array pointer); KORV_ARG_END ends the requests. 1 when
+ * every request was processed, 0 at the first failure. */
+KORV_API uint32_t KorvParseArgs(const KorvArgWord *list, ...);
+
+/* -- binary argument blocks -- */
+/* A 24-byte descriptor: the name text "name:types", the kind of the
+ * elements (0 int32, 1 text pointers, 2 none, 3 doubles, 4 addresses,
+ * 5 int32 booleans), their count and where they are. */
+typedef struct KorvBinArgDesc {
+    const char *name;
+    uint32_t kind;
+    int32_t count;
+    void *data;
+} KorvBinArgDesc;
+/* Packs a list into one block (freed with korv_internal_free): returns the
+ * number of descriptors, or -1. */
+KORV_API int32_t KorvBinArgFromArgs(const KorvArgWord *list, KorvBinArgDesc **block);
+/* A new list (freed with korv_internal_free) from n descriptors, with room
+ * for extra further words; NULL when the size comes out below 1. */
+KORV_API KorvArgWord *KorvBinArgToArgs(int32_t n, const KorvBinArgDesc *table, int32_t extra);
+
 /* -- binary headers -- */
 /* The fixed head of a binary header, before its parameter area. */
 #define KORV_BINHDR_HEAD_SIZE 556
