@@ -2,6 +2,9 @@
 // 16-bit wide strings. A null string reads as an empty one; a copy of null
 // is null, and a null destination gives null.
 #include <string.h>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <kvsup.h>
 #include "util/ascii.h"
 
@@ -19,12 +22,70 @@ int32_t byte_diff(unsigned char a, unsigned char b)
     return (int32_t)(signed char)a - (int32_t)(signed char)b;
 }
 
-template <typename Fold>
-int32_t compare(const char *a, const char *b, size_t n, Fold fold)
+// Word-wise reads may run past a string's terminator, but never into
+// another page; the address checker is told that they are meant.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KORV_WHOLE_WORD_READS __attribute__((no_sanitize("address")))
+#endif
+#endif
+#if !defined(KORV_WHOLE_WORD_READS) && defined(__SANITIZE_ADDRESS__)
+#define KORV_WHOLE_WORD_READS __attribute__((no_sanitize("address")))
+#endif
+#ifndef KORV_WHOLE_WORD_READS
+#define KORV_WHOLE_WORD_READS
+#endif
+
+
+// True when a read of sixteen bytes at p stays within p's page.
+inline bool block_fits(const unsigned char *p)
+{
+    return (reinterpret_cast<uintptr_t>(p) & 4095) <= 4096 - 16;
+}
+
+#if defined(__SSE2__)
+// Sixteen bytes through the lower-case table at once.
+inline __m128i fold_block(__m128i x)
+{
+    // Signed compares: bytes of 0x80 and above are negative and never upper.
+    __m128i upper = _mm_and_si128(_mm_cmpgt_epi8(x, _mm_set1_epi8('A' - 1)),
+                                  _mm_cmplt_epi8(x, _mm_set1_epi8('[' + 1)));
+    return _mm_or_si128(x, _mm_and_si128(upper, _mm_set1_epi8(0x20)));
+}
+
+// Bit k set when byte k of the blocks differs (after folding) or the first
+// block ends there; 0 while both go on alike.
+template <bool Folded>
+inline unsigned stop_mask(const unsigned char *p, const unsigned char *q)
+{
+    __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+    __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i *>(q));
+    __m128i fx = Folded ? fold_block(x) : x, fy = Folded ? fold_block(y) : y;
+    unsigned equal = (unsigned)_mm_movemask_epi8(_mm_cmpeq_epi8(fx, fy));
+    unsigned ends = (unsigned)_mm_movemask_epi8(_mm_cmpeq_epi8(x, _mm_setzero_si128()));
+    return (~equal & 0xFFFF) | ends;
+}
+#endif
+
+// Compares a block at a time while the blocks stay within their pages; in
+// the block where the strings differ or the first one ends, the first such
+// byte is found from the block's mask. Whatever is left goes byte by byte.
+template <bool Folded, typename Fold>
+KORV_WHOLE_WORD_READS int32_t compare(const char *a, const char *b, size_t n, Fold fold)
 {
     const auto *p = reinterpret_cast<const unsigned char *>(text(a));
     const auto *q = reinterpret_cast<const unsigned char *>(text(b));
-    for (size_t i = 0; i < n; i++) {
+    size_t i = 0;
+#if defined(__SSE2__)
+    while (n - i >= 16 && block_fits(p + i) && block_fits(q + i)) {
+        if (unsigned stop = stop_mask<Folded>(p + i, q + i)) {
+            i += (size_t)__builtin_ctz(stop);
+            return byte_diff(fold(p[i]), fold(q[i]));
+        }
+        i += 16;
+    }
+#endif
+    for (; i < n; i++) {
         unsigned char x = fold(p[i]), y = fold(q[i]);
         if (x != y || x == 0)
             return byte_diff(x, y);
@@ -59,19 +120,7 @@ extern "C" KORV_API size_t KorvStrNLen(const char *s, size_t n)
 
 // Four units at a time from the first eight-byte boundary. An aligned word
 // never crosses into another page, so reading the units after the
-// terminator within it is harmless; the address checker is told so.
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KORV_WHOLE_WORD_READS __attribute__((no_sanitize("address")))
-#endif
-#endif
-#if !defined(KORV_WHOLE_WORD_READS) && defined(__SANITIZE_ADDRESS__)
-#define KORV_WHOLE_WORD_READS __attribute__((no_sanitize("address")))
-#endif
-#ifndef KORV_WHOLE_WORD_READS
-#define KORV_WHOLE_WORD_READS
-#endif
-
+// terminator within it is harmless.
 extern "C" KORV_API KORV_WHOLE_WORD_READS size_t KorvWideStrLen(const uint16_t *s)
 {
     if (!s)
@@ -171,22 +220,22 @@ extern "C" KORV_API char *KorvStrNCat(char *dest, const char *src, size_t n)
 
 extern "C" KORV_API int32_t KorvStrCmp(const char *a, const char *b)
 {
-    return compare(a, b, SIZE_MAX, same);
+    return compare<false>(a, b, SIZE_MAX, same);
 }
 
 extern "C" KORV_API int32_t KorvStrNCmp(const char *a, const char *b, size_t n)
 {
-    return compare(a, b, n, same);
+    return compare<false>(a, b, n, same);
 }
 
 extern "C" KORV_API int32_t KorvStrCaseCmp(const char *a, const char *b)
 {
-    return compare(a, b, SIZE_MAX, folded);
+    return compare<true>(a, b, SIZE_MAX, folded);
 }
 
 extern "C" KORV_API int32_t KorvStrNCaseCmp(const char *a, const char *b, size_t n)
 {
-    return compare(a, b, n, folded);
+    return compare<true>(a, b, n, folded);
 }
 
 extern "C" KORV_API char *KorvStrChr(const char *s, int32_t c)

@@ -127,3 +127,38 @@ TEST(Ascii, Classes)
     EXPECT_EQ(KorvIsAsciiHexDigit('g'), 0u);
     EXPECT_EQ(KorvIsAsciiAlpha(-61), 0u); // a sign-extended high byte
 }
+
+TEST(Strings, LongComparisonsFindTheFirstDifference)
+{
+    // Differences and ends at every position of strings longer than one
+    // block, against the byte-by-byte rule.
+    auto fold = [](unsigned char c) { return c >= 'A' && c <= '[' ? c + 32 : c; };
+    auto sign = [](int v) { return v < 0 ? -1 : v > 0 ? 1 : 0; };
+    std::string base = "Header_Parameter-Name[with]Brackets_and_\xC3\xA9_more_TEXT";
+    for (size_t at = 0; at <= base.size(); at++) {
+        for (char c : {'\0', 'Z', 'z', '{', '\x80'}) {
+            std::string a = base, b = base;
+            if (at < b.size())
+                b[at] = c;
+            else
+                b += c;
+            int want = 0;
+            for (size_t i = 0;; i++) {
+                int x = (signed char)fold((unsigned char)a.c_str()[i]);
+                int y = (signed char)fold((unsigned char)b.c_str()[i]);
+                if (x != y || x == 0) {
+                    want = x - y;
+                    break;
+                }
+            }
+            ASSERT_EQ(sign(KorvStrCaseCmp(a.c_str(), b.c_str())), sign(want)) << at << c;
+            ASSERT_EQ(KorvStrCaseCmp(a.c_str(), b.c_str()), want) << at;
+            ASSERT_EQ(KorvStrNCaseCmp(a.c_str(), b.c_str(), at), 0) << at;
+        }
+    }
+    std::string upper = base, lower = base;
+    for (char &ch : upper)
+        ch = (char)(ch >= 'a' && ch <= 'z' ? ch - 32 : ch);
+    EXPECT_EQ(KorvStrCaseCmp(upper.c_str(), base.c_str()), 0);
+    EXPECT_NE(KorvStrCmp(upper.c_str(), base.c_str()), 0);
+}
