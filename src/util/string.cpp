@@ -56,7 +56,7 @@ inline __m128i fold_block(__m128i x)
 // Bit k set when byte k of the blocks differs (after folding) or the first
 // block ends there; 0 while both go on alike.
 template <bool Folded>
-inline unsigned stop_mask(const unsigned char *p, const unsigned char *q)
+KORV_WHOLE_WORD_READS inline unsigned stop_mask(const unsigned char *p, const unsigned char *q)
 {
     __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
     __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i *>(q));
