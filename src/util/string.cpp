@@ -7,6 +7,7 @@
 #endif
 #include <kvsup.h>
 #include "util/ascii.h"
+#include "util/whole_reads.h"
 
 namespace {
 
@@ -21,21 +22,6 @@ int32_t byte_diff(unsigned char a, unsigned char b)
 {
     return (int32_t)(signed char)a - (int32_t)(signed char)b;
 }
-
-// Word-wise reads may run past a string's terminator, but never into
-// another page; the address checker is told that they are meant.
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KORV_WHOLE_WORD_READS __attribute__((no_sanitize("address")))
-#endif
-#endif
-#if !defined(KORV_WHOLE_WORD_READS) && defined(__SANITIZE_ADDRESS__)
-#define KORV_WHOLE_WORD_READS __attribute__((no_sanitize("address")))
-#endif
-#ifndef KORV_WHOLE_WORD_READS
-#define KORV_WHOLE_WORD_READS
-#endif
-
 
 // True when a read of sixteen bytes at p stays within p's page.
 inline bool block_fits(const unsigned char *p)

@@ -50,29 +50,6 @@ inline Decoded decode(const unsigned char *p, size_t avail)
     return {value, extra + 1};
 }
 
-// The same decoding without a branch per length, for a position from which
-// four bytes may be read (the caller knows the text goes on that far).
-// Returns the length 1 to 4, or 0 for a bad sequence or a NUL byte.
-inline int decode4(const unsigned char *p, uint32_t &value)
-{
-    // Indexed by the lead byte's top five bits.
-    static constexpr uint8_t kLength[32] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,
-                                            0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 2, 2, 3, 3, 4, 0};
-    static constexpr uint32_t kLeadMask[5] = {0, 0x7F, 0x1F, 0x0F, 0x07};
-    static constexpr uint32_t kLeast[5] = {1, 1, 0x80, 0x800, 0x10000};
-    // Continuation bits of bytes 1 to 3 that each length requires.
-    static constexpr uint32_t kContMask[5] = {0, 0, 0xC0, 0xC0C0, 0xC0C0C0};
-    static constexpr uint32_t kContWant[5] = {0, 0, 0x80, 0x8080, 0x808080};
-    uint32_t b0 = p[0], b1 = p[1], b2 = p[2], b3 = p[3];
-    int length = kLength[b0 >> 3];
-    uint32_t tail = b1 | (b2 << 8) | (b3 << 16);
-    uint32_t full = ((b0 & kLeadMask[length]) << 18) | ((b1 & 0x3F) << 12) | ((b2 & 0x3F) << 6)
-                    | (b3 & 0x3F);
-    value = full >> (6 * (4 - length));
-    bool good = (tail & kContMask[length]) == kContWant[length] && value >= kLeast[length];
-    return good ? length : 0;
-}
-
 // Bytes needed to write value; 0 when it does not fit four bytes.
 inline int encoded_length(uint32_t value)
 {
