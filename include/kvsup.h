@@ -527,6 +527,61 @@ struct KorvIO {
  * [env] Environment, data-file search, files and directories
  * ====================================================================== */
 
+/* Settings. KorvGetenv's value belongs to the library: it stays valid until
+ * the same name is set again or the engine ends. KorvSetenv never touches the
+ * process environment; a null value removes the name from the library's
+ * table. KorvExpandString replaces ${NAME} and $NAME (ended by the next
+ * separator) by their values; it gives a new string, or null when the
+ * expansion is empty or cannot be allocated. */
+KORV_API char *KorvGetenv(const char *name);
+KORV_API void KorvSetenv(const char *name, const char *value);
+KORV_API char *KorvExpandString(const char *string);
+
+/* Data files and file queries. KorvIdentifyFile: 0 a file, 1 a directory,
+ * 2 nothing. KorvGetFileAttributes which: 0 last access, 1 last write (ms
+ * since 1970 UTC), 2 size; 1 done, 0 bad which or name, 0xFFFFFFFF when the
+ * system cannot tell. */
+#define KORV_FILE_ACCESS_TIME 0u
+#define KORV_FILE_WRITE_TIME 1u
+#define KORV_FILE_SIZE 2u
+KORV_API char *KorvFindFile(const char *name, const char *extension, const char *path);
+KORV_API uint32_t KorvIdentifyFile(const char *path);
+KORV_API uint32_t KorvGetFileAttributes(const char *path, uint32_t which, uint64_t *value);
+KORV_API char **KorvGetSystemRoots(void);
+
+/* Directories and files. Results of 1 mean done, 0xFFFFFFFF that the system
+ * refused (or, for KorvMkDir, that the directory exists), 0 a bad name. */
+typedef struct KorvDir KorvDir;
+typedef struct KorvDirEntry KorvDirEntry;
+typedef KorvDirEntry *(*KorvDirEntryCopyFn)(const KorvDirEntry *entry);
+typedef uint32_t (*KorvDirEntryFreeFn)(KorvDirEntry *entry);
+typedef uint32_t (*KorvDirFreeFn)(KorvDir *dir);
+/* A directory handle; its free operation ends the search and frees it. */
+struct KorvDir {
+    void *copy;                /* not copyable: null */
+    void *reserved;
+    KorvDirFreeFn free;
+    void *search;              /* the system's search */
+    void *current;             /* the entry found last */
+    uint32_t handedFirst;      /* 1 once the first entry has been handed out */
+};
+struct KorvDirEntry {
+    KorvDirEntryCopyFn copy;   /* a new copy of the entry */
+    void *reserved;
+    KorvDirEntryFreeFn free;   /* frees the name and the record */
+    uint32_t isDirectory;
+    char *name;                /* without its directory */
+};
+KORV_API const char *KorvGetExecutablePath(void);
+KORV_API uint32_t KorvMkDir(const char *path, uint32_t make_parents);
+KORV_API KorvDir *KorvOpenDir(const char *path);
+KORV_API char *KorvNextDir(KorvDir *dir);
+KORV_API uint32_t KorvListDir(const char *path, uint32_t *count, KorvDirEntry ***entries);
+KORV_API uint32_t KorvDeleteFile(const char *path);
+KORV_API uint32_t KorvRenameFile(const char *old_path, const char *new_path);
+KORV_API uint32_t KorvCopyFile(const char *destination, const char *source, uint32_t overwrite);
+KORV_API char *KorvRealPath(const char *path, uint32_t make_absolute, uint32_t long_names);
+
 /* ---- end [env] ---- */
 
 
