@@ -513,6 +513,46 @@ struct KorvIO {
     KorvIOSetOwnedFn set_owned;
 };
 
+/* A Windows HANDLE; on POSIX a file descriptor carried in the same word. */
+typedef void *KorvHandle;
+
+KORV_API uint64_t KorvIOReadBytes(KorvIO *io, void *dst, uint64_t count);
+KORV_API uint64_t KorvIOWriteBytes(KorvIO *io, const void *src, uint64_t count);
+KORV_API int64_t KorvIOReadString(KorvIO *io, char *dst, int64_t limit);
+KORV_API int64_t KorvIOWriteString(KorvIO *io, const char *s);
+KORV_API uint32_t KorvIOGets(KorvIO *io, char *dst, int64_t limit);
+/* Note the order: destination first. count 0 copies until end of data. */
+KORV_API int64_t KorvIOCopyBytes(KorvIO *dst, KorvIO *src, uint64_t count);
+KORV_API int64_t KorvIOSkipBytes(KorvIO *io, int64_t count);
+/* The whole stream from its first byte into a new NUL-terminated block. */
+KORV_API uint32_t KorvIOReadBlock(KorvIO *io, void **buffer, uint64_t *length);
+
+KORV_API KorvIO *KorvIO_FD(uint32_t fd);
+KORV_API KorvIO *KorvIO_FP(FILE *fp);
+KORV_API KorvIO *KorvIO_HANDLE(KorvHandle handle);
+KORV_API KorvIO *KorvIO_FileName(const char *name, const char *mode);
+KORV_API KorvIO *KorvIO_Mem(uint64_t capacity);
+KORV_API KorvIO *KorvIO_Str(char *base, uint64_t size);
+KORV_API void KorvIOStrReset(KorvIO *io);
+KORV_API KorvIO *KorvIO_SB(KorvSmartBuffer *sb);
+KORV_API KorvIO *KorvIO_Nop(KorvIO *inner);
+KORV_API KorvIO *KorvIO_Multiplex(KorvIO **streams, uint32_t count);
+KORV_API uint32_t KorvIOMultiplexSet(KorvIO *io, uint32_t index);
+KORV_API KorvIO *KorvIO_Mktemp(const char *hint);
+KORV_API char *KorvMktemp(const char *hint);
+KORV_API FILE *KorvFOpen(const char *name, const char *mode);
+
+/* Smart buffer: a FIFO byte queue in memory blocks, spilling to temporary
+ * files past KORV_MEMORY_MAX unless memory only. */
+KORV_API KorvSmartBuffer *KorvSBInit(int32_t memory_only, uint64_t block_size);
+KORV_API uint64_t KorvSBAppend(KorvSmartBuffer *sb, const void *bytes, uint64_t count);
+KORV_API uint64_t KorvSBPeek(KorvSmartBuffer *sb, int64_t offset, void *dst, uint64_t count);
+KORV_API int64_t KorvSBAdvance(KorvSmartBuffer *sb, int64_t count);
+KORV_API uint64_t KorvSBRead(KorvSmartBuffer *sb, void *dst, uint64_t count);
+KORV_API int64_t KorvSBBytesAvailable(KorvSmartBuffer *sb);
+KORV_API int64_t KorvSBBytesInMemory(KorvSmartBuffer *sb);
+KORV_API void KorvSBFree(KorvSmartBuffer *sb);
+
 /* ---- end [io] ---- */
 
 
