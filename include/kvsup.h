@@ -819,6 +819,32 @@ KORV_API uint32_t KorvCoroFree(KorvCoro *coro);
  * [locale] Engine and user locales, locale-independent number reading
  * ====================================================================== */
 
+/* The number-format conventions of a locale: three texts, in this order.
+ * The formatted output and input engines use decimalPoint. */
+typedef struct KorvLocale {
+    const char *decimalPoint;   /* the decimal separator */
+    const char *thousandsSep;   /* the thousands separator */
+    const char *grouping;       /* digit grouping; empty for none */
+} KorvLocale;
+
+/* The fixed engine locale (".", ",", ""): what files are written with. */
+KORV_API const KorvLocale *KorvGetKorvaneLocale(void);
+/* The user's locale, asked of the platform on first use. The record is
+ * shared; a later KorvSetUserLocale frees its texts. */
+KORV_API const KorvLocale *KorvGetUserLocale(void);
+/* Replaces the user locale by copies of the three texts; null is ignored. */
+KORV_API void KorvSetUserLocale(const KorvLocale *locale);
+
+/* Number readers that ignore the locale ('.' is the decimal point). Each
+ * reads what it can and stores where it stopped in *end (when end is not
+ * null). KorvReadInt32 skips white space, takes a sign and decimal digits
+ * in wrapping 32-bit arithmetic. KorvReadDouble skips nothing: a sign,
+ * digits, a fraction, an exponent after 'e', 'E', 'd' or 'D'; or "0x" with
+ * hexadecimal digits, whose binary exponent ('p') is taken only after a
+ * fraction point. */
+KORV_API int32_t KorvReadInt32(const char *text, const char **end);
+KORV_API double KorvReadDouble(const char *text, const char **end);
+
 /* ---- end [locale] ---- */
 
 
