@@ -553,6 +553,15 @@ KORV_API int64_t KorvSBBytesAvailable(KorvSmartBuffer *sb);
 KORV_API int64_t KorvSBBytesInMemory(KorvSmartBuffer *sb);
 KORV_API void KorvSBFree(KorvSmartBuffer *sb);
 
+/* Network streams: TCP client and listening sockets, HTTP/1.1 URL streams
+ * (GET downloads; mode 'w' a chunked PUT upload; 'n' non-blocking), and a
+ * wait on several socket streams: 1 ready, 2 time-out, 0xFFFFFFFF failure. */
+KORV_API KorvIO *KorvIO_TcpSocket(const char *host, uint16_t port, uint32_t backlog,
+                                  uint32_t blocking);
+KORV_API KorvIO *KorvIO_URL(const char *url, const char *mode);
+KORV_API uint32_t KorvIOSelect(KorvIO **reads, uint32_t read_count, KorvIO **writes,
+                               uint32_t write_count, uint32_t timeout_ms);
+
 /* ---- end [io] ---- */
 
 

@@ -56,10 +56,7 @@ KORV_API KorvIO *KorvIO_FileName(const char *name, const char *mode) {
     if (!name) return nullptr;
     if (!mode) mode = "";
     if (starts_with_nocase(name, "http://")) {
-        /* ---- network streams: enabled by the network layer ----
         return KorvIO_URL(name, mode);
-        ---- end network streams ---- */
-        return nullptr;
     }
     if (starts_with_nocase(name, "korvio://")) {
         // The address of a live stream, as "%p" prints it.

@@ -20,7 +20,7 @@ KorvIO *make_stream(size_t size, KorvIOCloseFn close, KorvIOReadFn read,
 int32_t flush_nothing(KorvIO *);
 
 // Waits until the stream can be read (writable = false) or written; 1 when
-// ready. Network streams hook their readiness wait in here.
+// ready. Only socket streams can be waited for.
 int32_t wait_ready(KorvIO *io, bool writable);
 
 // ---- operating-system layer (io_os_posix.cpp / io_os_win32.cpp) ----

@@ -20,9 +20,12 @@ KorvIO *make_stream(size_t size, KorvIOCloseFn close, KorvIOReadFn read,
 
 int32_t flush_nothing(KorvIO *) { return 0; }
 
-// Streams of this library never block; only network streams report -2, and
-// they install their own readiness wait. Until then a would-block cannot be
-// waited for and reads as not ready.
-int32_t wait_ready(KorvIO *, bool) { return 0; }
+// Only socket streams report -2; any other stream fails the wait.
+int32_t wait_ready(KorvIO *io, bool writable) {
+    KorvIO *one[1] = {io};
+    uint32_t ready = writable ? KorvIOSelect(nullptr, 0, one, 1, 0xFFFFFFFFu)
+                              : KorvIOSelect(one, 1, nullptr, 0, 0xFFFFFFFFu);
+    return ready == 1 ? 1 : 0;
+}
 
 } // namespace korv::io
