@@ -80,9 +80,22 @@ bool is_network(const char *candidate)
 bool candidate_found(const char *candidate)
 {
     bool trace = korv_trace_findfile();
-    if (trace)
-        fprintf(stderr, "KorvFindFile: checking <%s> -- ", candidate);
-    bool found = !is_network(candidate) && fs_os_identify(candidate) == 0;
+    if (trace) {
+        fputs("KorvFindFile: checking <", stderr);
+        fputs(candidate, stderr);
+        fputs("> -- ", stderr);
+    }
+    bool found = false;
+    if (!is_network(candidate)) {
+        found = fs_os_identify(candidate) == 0;
+        if (!found) {
+            // A candidate that names a download counts when it can be opened.
+            if (KorvIO *io = KorvIO_URL(candidate, "rb")) {
+                io->close(io);
+                found = true;
+            }
+        }
+    }
     if (trace) {
         fputs(found ? "(found)\n" : "(not)\n", stderr);
         fflush(stderr);

@@ -283,6 +283,23 @@ TEST_F(Net, FileNamesAndCopies)
     dst->close(dst);
 }
 
+// The data-file search accepts a candidate that opens as a download. On
+// Windows its names are expanded with '\' for '/', so that no download
+// address survives into a candidate.
+TEST_F(Net, FindFileAcceptsDownloads)
+{
+#ifdef _WIN32
+    const bool downloads_found = false;
+#else
+    const bool downloads_found = true;
+#endif
+    std::string base = url("nginx", "/files/hello");
+    char *found = KorvFindFile(base.c_str(), "txt", "");
+    EXPECT_EQ(found ? std::string(found) : "<null>", downloads_found ? base + ".txt" : "<null>");
+    korv_internal_free(found);
+    EXPECT_EQ(KorvFindFile(url("nginx", "/files/none").c_str(), "txt", ""), nullptr);
+}
+
 // Runs in a process of its own: KV_PROXY is set for the whole process.
 TEST(IsolatedProxy, RequestsGoThroughTheProxy)
 {
