@@ -41,6 +41,22 @@ void BM_KorvIOReadString(benchmark::State &state) {
 }
 BENCHMARK(BM_KorvIOReadString)->Unit(benchmark::kMillisecond);
 
+// The same lines through a string stream, whose bytes come one slot call
+// at a time (memory streams are read from their block directly).
+void BM_KorvIOReadString_ByteReads(benchmark::State &state) {
+    std::string t = text();
+    char line[256];
+    for (auto _ : state) {
+        KorvIO *io = KorvIO_Str(t.data(), t.size());
+        int64_t lines = 0;
+        while (KorvIOReadString(io, line, 255) > 0) ++lines;
+        io->close(io);
+        benchmark::DoNotOptimize(lines);
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * t.size()));
+}
+BENCHMARK(BM_KorvIOReadString_ByteReads)->Unit(benchmark::kMillisecond);
+
 void BM_getline_fmemopen(benchmark::State &state) {
     std::string t = text();
     char *line = nullptr;

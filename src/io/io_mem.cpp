@@ -161,6 +161,38 @@ void str_set_owned(KorvIO *io, uint32_t owned) { str(io)->owned = owned; }
 
 } // namespace
 
+namespace korv::io {
+
+int64_t mem_read_string(KorvIO *io, char *dst, int64_t limit) {
+    if (io->read != mem_read) return kNotMemoryStream;
+    MemIO *m = mem(io);
+    char *at = m->position;
+    char *end = m->buffer + m->length;
+    uint64_t window = m->buffer && at < end ? static_cast<uint64_t>(end - at) : 0;
+    if (window > static_cast<uint64_t>(limit)) window = static_cast<uint64_t>(limit);
+    if (window == 0) {
+        dst[0] = '\0';
+        return 0;
+    }
+    const char *newline = static_cast<const char *>(memchr(at, '\n', window));
+    uint64_t consumed = newline ? static_cast<uint64_t>(newline - at) + 1 : window;
+    const char *p = at;
+    const char *stop = newline ? newline : at + window;
+    char *out = dst;
+    while (p < stop) { // the text without its carriage returns
+        const char *cr = static_cast<const char *>(memchr(p, '\r', static_cast<size_t>(stop - p)));
+        size_t n = static_cast<size_t>((cr ? cr : stop) - p);
+        memcpy(out, p, n);
+        out += n;
+        p += n + (cr ? 1 : 0);
+    }
+    *out = '\0';
+    m->position = at + consumed;
+    return static_cast<int64_t>(consumed);
+}
+
+} // namespace korv::io
+
 extern "C" {
 
 KORV_API KorvIO *KorvIO_Mem(uint64_t capacity) {

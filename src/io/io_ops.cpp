@@ -44,6 +44,8 @@ KORV_API int64_t KorvIOReadString(KorvIO *io, char *dst, int64_t limit) {
         if (dst) dst[0] = '\0';
         return 0;
     }
+    int64_t direct = mem_read_string(io, dst, limit);
+    if (direct != kNotMemoryStream) return direct;
     const KorvIOReadFn read = io->read; // stores into dst cannot move it
     int64_t consumed = 0;
     char *out = dst;

@@ -23,6 +23,12 @@ int32_t flush_nothing(KorvIO *);
 // ready. Only socket streams can be waited for.
 int32_t wait_ready(KorvIO *io, bool writable);
 
+// A memory stream holds its bytes in one block: KorvIOReadString takes a
+// line from it directly, with the result byte reads through the slot would
+// give. kNotMemoryStream when io is another kind of stream.
+constexpr int64_t kNotMemoryStream = -3;
+int64_t mem_read_string(KorvIO *io, char *dst, int64_t limit);
+
 // ---- operating-system layer (io_os_posix.cpp / io_os_win32.cpp) ----
 int64_t fd_read(int32_t fd, void *dst, uint64_t count);
 int64_t fd_write(int32_t fd, const void *src, uint64_t count);

@@ -54,6 +54,35 @@ TEST(IOOps, LinesWithAndWithoutLineEnd) {
     EXPECT_STREQ(line, "x");
 }
 
+// Lines from a memory stream are taken from its block directly; they must
+// come out as the byte-by-byte reads of a string stream give them.
+TEST(IOOps, MemoryLinesMatchByteReads) {
+    std::string text = "one\r\ntwo\n\n\r\rx\r\nlonger line here\nend";
+    for (int64_t limit : {0, 1, 2, 3, 4, 5, 8, 64}) {
+        KorvIO *mem = KorvIO_Mem(0);
+        KorvIOWriteBytes(mem, text.data(), text.size());
+        mem->seek(mem, 0, 0);
+        std::string copy = text;
+        KorvIO *str = KorvIO_Str(copy.data(), 0);
+        for (int line = 0; line < 40; line++) {
+            char a[80], b[80];
+            int64_t got_mem = KorvIOReadString(mem, a, limit);
+            int64_t got_str = KorvIOReadString(str, b, limit);
+            ASSERT_EQ(got_mem, got_str) << limit << " " << line;
+            ASSERT_STREQ(a, b) << limit << " " << line;
+        }
+        mem->close(mem);
+        str->close(str);
+    }
+    KorvIO *empty = KorvIO_Mem(0); // no block at all
+    char line[8] = "x";
+    EXPECT_EQ(KorvIOReadString(empty, line, 7), 0);
+    EXPECT_STREQ(line, "");
+    empty->seek(empty, 100, 0); // past the end
+    EXPECT_EQ(KorvIOReadString(empty, line, 7), 0);
+    empty->close(empty);
+}
+
 TEST(IOOps, CopyPassesAndFailures) {
     KorvIO *src = KorvIO_Mem(0);
     std::string data(10000, 'q');
