@@ -569,6 +569,57 @@ KORV_API uint32_t KorvIOSelect(KorvIO **reads, uint32_t read_count, KorvIO **wri
  * [format] Formatted output and input (printf and scanf families)
  * ====================================================================== */
 
+/* A locale record (see [locale]); the names without a trailing 'l' use the
+ * engine locale. */
+typedef struct KorvLocale KorvLocale;
+
+/* Formatted output. Every member returns the count of characters produced
+ * (stored or not); the stream members return 8 once a write failed.
+ * 'V' members take a va_list; 'L' members take an array of pointers to the
+ * argument values, in the order of the conversions; a trailing 'l' takes a
+ * locale first. The format language adds to C's: a base after a second '.'
+ * ("%#.0.2u"), the sizes I64/I32/I16/I8, '#' on 's' and 'c' for C escapes. */
+KORV_API uint64_t KorvSPrintf(char *dst, const char *format, ...);
+KORV_API uint64_t KorvVSPrintf(char *dst, const char *format, va_list args);
+KORV_API uint64_t KorvLSPrintf(char *dst, const char *format, void **args);
+KORV_API uint64_t KorvSNPrintf(char *dst, uint64_t size, const char *format, ...);
+KORV_API uint64_t KorvVSNPrintf(char *dst, uint64_t size, const char *format, va_list args);
+KORV_API uint64_t KorvLSNPrintf(char *dst, uint64_t size, const char *format, void **args);
+KORV_API uint64_t KorvASPrintf(char **out, const char *format, ...);
+KORV_API uint64_t KorvVASPrintf(char **out, const char *format, va_list args);
+KORV_API uint64_t KorvLASPrintf(char **out, const char *format, void **args);
+KORV_API uint64_t KorvIOPrintf(KorvIO *io, const char *format, ...);
+KORV_API uint64_t KorvIOVPrintf(KorvIO *io, const char *format, va_list args);
+KORV_API uint64_t KorvIOLPrintf(KorvIO *io, const char *format, void **args);
+KORV_API uint64_t KorvSPrintfl(const KorvLocale *locale, char *dst, const char *format, ...);
+KORV_API uint64_t KorvVSPrintfl(const KorvLocale *locale, char *dst, const char *format, va_list args);
+KORV_API uint64_t KorvLSPrintfl(const KorvLocale *locale, char *dst, const char *format, void **args);
+KORV_API uint64_t KorvSNPrintfl(const KorvLocale *locale, char *dst, uint64_t size, const char *format, ...);
+KORV_API uint64_t KorvVSNPrintfl(const KorvLocale *locale, char *dst, uint64_t size, const char *format, va_list args);
+KORV_API uint64_t KorvLSNPrintfl(const KorvLocale *locale, char *dst, uint64_t size, const char *format, void **args);
+KORV_API uint64_t KorvASPrintfl(const KorvLocale *locale, char **out, const char *format, ...);
+KORV_API uint64_t KorvVASPrintfl(const KorvLocale *locale, char **out, const char *format, va_list args);
+KORV_API uint64_t KorvLASPrintfl(const KorvLocale *locale, char **out, const char *format, void **args);
+KORV_API uint64_t KorvIOPrintfl(const KorvLocale *locale, KorvIO *io, const char *format, ...);
+KORV_API uint64_t KorvIOVPrintfl(const KorvLocale *locale, KorvIO *io, const char *format, va_list args);
+KORV_API uint64_t KorvIOLPrintfl(const KorvLocale *locale, KorvIO *io, const char *format, void **args);
+
+/* Formatted input. The result is the number of values assigned, -1 when
+ * the input ends before the first conversion, 2 for a malformed conversion,
+ * or 8 when a stream read failed. */
+KORV_API int32_t KorvSScanf(const char *src, const char *format, ...);
+KORV_API int32_t KorvVSScanf(const char *src, const char *format, va_list args);
+KORV_API int32_t KorvLSScanf(const char *src, const char *format, void **args);
+KORV_API int32_t KorvIOScanf(KorvIO *io, const char *format, ...);
+KORV_API int32_t KorvIOVScanf(KorvIO *io, const char *format, va_list args);
+KORV_API int32_t KorvIOLScanf(KorvIO *io, const char *format, void **args);
+KORV_API int32_t KorvSScanfl(const KorvLocale *locale, const char *src, const char *format, ...);
+KORV_API int32_t KorvVSScanfl(const KorvLocale *locale, const char *src, const char *format, va_list args);
+KORV_API int32_t KorvLSScanfl(const KorvLocale *locale, const char *src, const char *format, void **args);
+KORV_API int32_t KorvIOScanfl(const KorvLocale *locale, KorvIO *io, const char *format, ...);
+KORV_API int32_t KorvIOVScanfl(const KorvLocale *locale, KorvIO *io, const char *format, va_list args);
+KORV_API int32_t KorvIOLScanfl(const KorvLocale *locale, KorvIO *io, const char *format, void **args);
+
 /* ---- end [format] ---- */
 
 

@@ -1,7 +1,9 @@
 /*
  * The sized formatter the core runtime writes its messages with: formats
  * into buffer (at most size bytes, NUL included; a null buffer with size 0
- * only measures) and returns the length of the whole formatted text.
+ * only measures) and returns the length of the whole formatted text. The
+ * format language is the library's own (KorvVSNPrintf); a format it rejects
+ * gives an empty text.
  */
 #ifndef KVSUP_CORE_FORMAT_H
 #define KVSUP_CORE_FORMAT_H

@@ -92,11 +92,11 @@ void write_message(MessageKind kind, const char *format, va_list args)
     if (callback)
         callback(text, (int32_t)kind, g_user.load());
     else if (!silent)
-        fprintf(kind == MessageKind::output ? stdout : stderr, "%s", text);
+        fputs(text, kind == MessageKind::output ? stdout : stderr);
 
     if (logfile) {
         if (FILE *file = fopen(logfile, "a")) {
-            fprintf(file, "%s", text);
+            fputs(text, file);
             fclose(file);
         }
     }

@@ -1,6 +1,5 @@
 // Connection reads and writes with HTTP/1.1 framing, and KorvIO_URL: GET
 // downloads (plain, with a known length, or chunked) and chunked PUT uploads.
-#include <stdio.h>
 #include <string.h>
 #include "io/net_internal.h"
 
@@ -154,10 +153,10 @@ int64_t send_text(SocketStream *s, const char *text)
 bool send_line(SocketStream *s, const char *format, const char *value = "")
 {
     char line[4096];
-    int n = snprintf(line, sizeof line, format, value);
-    if (n < 0 || (size_t)n >= sizeof line)
+    uint64_t n = KorvSNPrintf(line, sizeof line, format, value);
+    if (n >= sizeof line)
         return false;
-    return sys_send(s->socket, line, (uint64_t)n) == n;
+    return sys_send(s->socket, line, n) == (int64_t)n;
 }
 
 // Reads the status line and the header lines of a download response.
@@ -236,7 +235,7 @@ int64_t connection_write(KorvIO *io, const void *src, uint64_t count)
         return 0;
     if (s->upload && s->chunked) {
         char size_line[24];
-        snprintf(size_line, sizeof size_line, "%llx\r\n", (unsigned long long)count);
+        KorvSNPrintf(size_line, sizeof size_line, "%llx\r\n", count);
         send_text(s, size_line);
     }
     int64_t sent = sys_send(s->socket, src, count);
