@@ -1,5 +1,6 @@
-// The three trace switches, read at the first initialisation.
-#include <stdlib.h>
+// The three trace switches, read through the settings table at the first
+// initialisation. The environment trace is still off while they are read,
+// so these lookups are never traced themselves.
 #include <kvsup.h>
 #include "core/trace.h"
 
@@ -11,7 +12,7 @@ bool g_findfile = false;
 
 bool present(const char *name)
 {
-    return getenv(name) != nullptr;
+    return KorvGetenv(name) != nullptr;
 }
 
 } // namespace
