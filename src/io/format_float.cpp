@@ -299,9 +299,9 @@ void put_number(Output &out, const Digits &d, const char *point, size_t point_le
 }
 
 // "inf", "-inf" and "nan", padded like strings.
-void write_special(Output &out, const char *text, const Spec &spec)
+void write_special(Output &out, const char *text, const Style &style)
 {
-    Spec plain = spec;
+    Style plain = style;
     plain.flags &= ~(flag_alt | flag_quote);
     plain.precision = -1;
     write_string(out, text, plain);
@@ -309,30 +309,30 @@ void write_special(Output &out, const char *text, const Spec &spec)
 
 } // namespace
 
-void write_float(Output &out, double value, const Spec &spec)
+void write_float(Output &out, double value, const Style &style)
 {
-    const uint32_t f = spec.flags;
+    const uint32_t f = style.flags;
     const bool upper = f & flag_upper;
     if (isnan(value)) {
-        write_special(out, upper ? "NAN" : "nan", spec);
+        write_special(out, upper ? "NAN" : "nan", style);
         return;
     }
     const bool negative = signbit(value);
     if (isinf(value)) {
-        write_special(out, negative ? (upper ? "-INF" : "-inf") : (upper ? "INF" : "inf"), spec);
+        write_special(out, negative ? (upper ? "-INF" : "-inf") : (upper ? "INF" : "inf"), style);
         return;
     }
 
     const bool single = (f & flag_h) && !(f & flag_L);
     if (single)
         value = static_cast<float>(value);
-    const int base = spec.base >= 2 && spec.base <= 36 ? spec.base : 10;
+    const int base = style.base >= 2 && style.base <= 36 ? style.base : 10;
     const int significant = significant_digits(base, single);
-    const char conversion = static_cast<char>(spec.conversion | 0x20);
+    const char conversion = static_cast<char>(style.conversion | 0x20);
     bool exponent_form = conversion == 'e' || conversion == 'a';
     bool keep_zeros = conversion != 'g';
 
-    int64_t precision = spec.precision;
+    int64_t precision = style.precision;
     if (f & flag_j)
         precision = significant;
     if (precision < 0) {
@@ -455,7 +455,7 @@ void write_float(Output &out, double value, const Spec &spec)
     const uint64_t length = (sign ? 1 : 0) + prefix_length + digits.whole_count + digits.whole_zeros +
                             point_length + digits.lead_zeros + digits.fraction_count +
                             digits.tail_zeros + exponent_length;
-    const uint64_t width = spec.width > 0 ? static_cast<uint64_t>(spec.width) : 0;
+    const uint64_t width = style.width > 0 ? static_cast<uint64_t>(style.width) : 0;
     const uint64_t pad = width > length ? width - length : 0;
     const bool zero_pad = (f & flag_zero) && !(f & flag_minus);
 

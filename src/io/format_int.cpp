@@ -54,11 +54,11 @@ char *digits_of(uint64_t value, int base, bool upper, char *end)
 
 } // namespace
 
-void write_int(Output &out, uint64_t value, const Spec &spec)
+void write_int(Output &out, uint64_t value, const Style &style)
 {
-    const uint32_t f = spec.flags;
+    const uint32_t f = style.flags;
     const bool upper = f & flag_upper;
-    const int base = spec.base;
+    const int base = style.base;
 
     char sign = 0;
     uint64_t magnitude = value;
@@ -78,8 +78,8 @@ void write_int(Output &out, uint64_t value, const Spec &spec)
     char buffer[72];
     char *end = buffer + sizeof buffer;
     char *first = end;
-    const bool has_precision = spec.precision >= 0;
-    if (magnitude != 0 || !has_precision || spec.precision != 0 || ((f & flag_alt) && base == 8))
+    const bool has_precision = style.precision >= 0;
+    if (magnitude != 0 || !has_precision || style.precision != 0 || ((f & flag_alt) && base == 8))
         first = digits_of(magnitude, base, upper, end);
     const uint64_t ndigits = static_cast<uint64_t>(end - first);
 
@@ -96,10 +96,10 @@ void write_int(Output &out, uint64_t value, const Spec &spec)
         }
     }
 
-    const uint64_t width = spec.width > 0 ? static_cast<uint64_t>(spec.width) : 0;
+    const uint64_t width = style.width > 0 ? static_cast<uint64_t>(style.width) : 0;
     uint64_t zeros = 0;
     if (has_precision) {
-        uint64_t precision = static_cast<uint64_t>(spec.precision < max_digits ? spec.precision : max_digits);
+        uint64_t precision = static_cast<uint64_t>(style.precision < max_digits ? style.precision : max_digits);
         if (precision > ndigits)
             zeros = precision - ndigits;
         if (base == 8 && prefix_length == 1 && zeros > 0)
@@ -124,10 +124,10 @@ void write_int(Output &out, uint64_t value, const Spec &spec)
         out.fill(' ', pad);
 }
 
-void write_pointer(Output &out, const void *p, const Spec &spec)
+void write_pointer(Output &out, const void *p, const Style &style)
 {
     if (!p) {
-        Spec nil = spec;
+        Style nil = style;
         nil.flags &= ~flag_alt;
         nil.precision = -1;
         write_string(out, nullptr, nil);
@@ -141,12 +141,12 @@ void write_pointer(Output &out, const void *p, const Spec &spec)
         text[i] = lower_digits[value & 15];
         value >>= 4;
     }
-    const uint64_t width = spec.width > 0 ? static_cast<uint64_t>(spec.width) : 0;
+    const uint64_t width = style.width > 0 ? static_cast<uint64_t>(style.width) : 0;
     const uint64_t pad = width > sizeof text ? width - sizeof text : 0;
-    if (!(spec.flags & flag_minus))
+    if (!(style.flags & flag_minus))
         out.fill(' ', pad);
     out.put(text, sizeof text);
-    if (spec.flags & flag_minus)
+    if (style.flags & flag_minus)
         out.fill(' ', pad);
 }
 

@@ -30,7 +30,7 @@ int32_t read_number(const char *&p)
 struct Conversion {
     RecordType type;
     uint32_t flags;
-    int32_t base;       // 0: the base given in the specification, else 10
+    int32_t base;       // 0: the base given in the conversion, else 10
 };
 
 // The conversion letters; false for anything else.
@@ -75,7 +75,7 @@ public:
                 p += 2;
                 continue;
             }
-            int code = specification(p, &p);
+            int code = conversion_at(p, &p);
             if (code != parse_ok)
                 return code;
         }
@@ -83,7 +83,7 @@ public:
 
 private:
     // A new record, or null when the table is full.
-    Record *add(const char *spec)
+    Record *add(const char *start)
     {
         if (out_->count >= max_records)
             return nullptr;
@@ -95,7 +95,7 @@ private:
         r->precision = -1;
         r->base = 10;
         r->width_star = r->precision_star = r->base_star = -1;
-        r->spec = spec;
+        r->start = start;
         r->next = nullptr;
         r->set = nullptr;
         r->set_length = 0;
@@ -104,17 +104,17 @@ private:
     }
 
     // A '*' in printing mode: an int record of its own, named by index.
-    int star(const char *spec, int16_t *index)
+    int star(const char *start, int16_t *index)
     {
-        if (!add(spec))
+        if (!add(start))
             return parse_too_many;
         *index = static_cast<int16_t>(out_->count - 1);
         return parse_ok;
     }
 
-    // Parses the specification starting at the '%' at spec; *end receives
+    // Parses the conversion starting at the '%' at start; *end receives
     // the position after it.
-    int specification(const char *spec, const char **end)
+    int conversion_at(const char *start, const char **end)
     {
         uint32_t flags = 0;
         int32_t width = -1, precision = -1, base = -1;
@@ -122,13 +122,13 @@ private:
         int first_record = out_->count;
         int points = 0;     // '.' seen: 1 precision, 2 base
         int hs = 0, ls = 0;
-        const char *p = spec + 1;
+        const char *p = start + 1;
         Conversion conv;
 
         for (;; ++p) {
             char c = *p;
             if (c < ' ' || c > 'z')
-                return parse_bad_spec;
+                return parse_bad_format;
             if (conversion_of(c, scanning_, &conv))
                 break;
             switch (c) {
@@ -147,7 +147,7 @@ private:
                 if (scanning_) {
                     flags |= flag_suppress;
                 } else {
-                    int code = star(spec, points == 0 ? &width_star : points == 1 ? &precision_star : &base_star);
+                    int code = star(start, points == 0 ? &width_star : points == 1 ? &precision_star : &base_star);
                     if (code != parse_ok)
                         return code;
                     if (points == 0)
@@ -156,7 +156,7 @@ private:
                 break;
             case '.': {
                 if (++points > 2)
-                    return parse_bad_spec;
+                    return parse_bad_format;
                 const char *q = p + 1;
                 if (is_digit(*q)) {
                     int32_t n = read_number(q);
@@ -164,7 +164,7 @@ private:
                         precision = n;
                     } else {
                         if (n < 2 || n > 36)
-                            return parse_bad_spec;
+                            return parse_bad_format;
                         base = n;
                     }
                     p = q - 1;
@@ -177,12 +177,12 @@ private:
             }
             case 'h':
                 if (++hs > 2)
-                    return parse_bad_spec;
+                    return parse_bad_format;
                 flags |= hs == 1 ? flag_h : flag_hh;
                 break;
             case 'l':
                 if (++ls > 2)
-                    return parse_bad_spec;
+                    return parse_bad_format;
                 flags |= ls == 1 ? flag_l : (flag_ll | flag_64);
                 break;
             case 'L': flags |= flag_L; break;
@@ -202,11 +202,11 @@ private:
                     flags |= flag_I8;
                     p += 1;
                 } else {
-                    return parse_bad_spec;
+                    return parse_bad_format;
                 }
                 break;
             default:
-                return parse_bad_spec;
+                return parse_bad_format;
             }
         }
 
@@ -225,7 +225,7 @@ private:
             while (*q && *q != ']')
                 ++q;
             if (!*q)
-                return parse_bad_spec;
+                return parse_bad_format;
             set_length = static_cast<uint32_t>(q - set);
             next = q + 1;
         }
@@ -233,7 +233,7 @@ private:
         if (out_->count >= max_records)
             return parse_too_many;
         Record *r = &out_->records[out_->count++];
-        r->spec = spec;
+        r->start = start;
         r->value.u = 0;
         r->type = conv.type;
         r->conversion = *p;
@@ -274,7 +274,7 @@ int parse(const char *format, bool scanning, Parsed *out)
 {
     out->count = 0;
     if (!format)
-        return parse_bad_spec;
+        return parse_bad_format;
     return Parser(scanning, out).run(format);
 }
 

@@ -22,7 +22,7 @@ constexpr int max_records = 64;
 
 // Parser results.
 constexpr int parse_ok = 0;
-constexpr int parse_bad_spec = 2;       // malformed specification
+constexpr int parse_bad_format = 2;       // malformed conversion
 constexpr int parse_too_many = 3;       // more than max_records conversions
 
 enum RecordType : uint8_t {
@@ -80,7 +80,7 @@ struct Record {
     int16_t width_star;         // index of the '*' record, or -1
     int16_t precision_star;
     int16_t base_star;
-    const char *spec;           // the '%' that starts the specification
+    const char *start;          // the '%' that starts the conversion
     const char *next;           // the format position after the conversion
     const char *set;            // scan sets: first member character
     uint32_t set_length;        // scan sets: bytes of members before the ']'
@@ -92,7 +92,7 @@ struct Parsed {
     Record records[max_records];
 };
 
-// Parses format into out; returns parse_ok, parse_bad_spec or parse_too_many.
+// Parses format into out; returns parse_ok, parse_bad_format or parse_too_many.
 int parse(const char *format, bool scanning, Parsed *out);
 
 } // namespace korv::fmt

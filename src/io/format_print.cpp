@@ -132,26 +132,26 @@ void store_count(const Record &r, uint64_t count)
 }
 
 // The record with its '*' values applied.
-Spec resolve(const Parsed &parsed, const Record &r)
+Style resolve(const Parsed &parsed, const Record &r)
 {
-    Spec spec{r.flags, r.width > 0 ? r.width : 0, r.precision, r.base, r.conversion};
+    Style style{r.flags, r.width > 0 ? r.width : 0, r.precision, r.base, r.conversion};
     if (r.width_star >= 0) {
         int64_t w = static_cast<int32_t>(parsed.records[r.width_star].value.i);
         if (w < 0) {
-            spec.flags |= flag_minus;
+            style.flags |= flag_minus;
             w = -w;
         }
-        spec.width = w > 0x7fffffff ? 0x7fffffff : static_cast<int32_t>(w);
+        style.width = w > 0x7fffffff ? 0x7fffffff : static_cast<int32_t>(w);
     }
     if (r.precision_star >= 0) {
         int32_t p = static_cast<int32_t>(parsed.records[r.precision_star].value.i);
-        spec.precision = p < 0 ? -1 : p;
+        style.precision = p < 0 ? -1 : p;
     }
     if (r.base_star >= 0) {
         int32_t b = static_cast<int32_t>(parsed.records[r.base_star].value.i);
-        spec.base = b >= 2 && b <= 36 ? b : 10;
+        style.base = b >= 2 && b <= 36 ? b : 10;
     }
-    return spec;
+    return style;
 }
 
 } // namespace
@@ -176,24 +176,24 @@ int print(Output &out, const char *format, Args args)
         const Record &r = parsed.records[i];
         if (r.type == arg_star)
             continue;
-        put_literal(out, p, r.spec);
+        put_literal(out, p, r.start);
         p = r.next;
-        const Spec spec = resolve(parsed, r);
+        const Style style = resolve(parsed, r);
         switch (r.type) {
         case arg_int:
-            write_int(out, r.value.u, spec);
+            write_int(out, r.value.u, style);
             break;
         case arg_float:
-            write_float(out, r.value.d, spec);
+            write_float(out, r.value.d, style);
             break;
         case arg_char:
-            write_char(out, static_cast<int>(r.value.i), spec);
+            write_char(out, static_cast<int>(r.value.i), style);
             break;
         case arg_string:
-            write_string(out, static_cast<const char *>(r.value.p), spec);
+            write_string(out, static_cast<const char *>(r.value.p), style);
             break;
         case arg_pointer:
-            write_pointer(out, r.value.p, spec);
+            write_pointer(out, r.value.p, style);
             break;
         case arg_count:
             store_count(r, out.stored);

@@ -53,14 +53,14 @@ void put_escaped(Output &out, const unsigned char *s, size_t n)
 }
 
 // n bytes of text, escaped with '#', quoted with flag_quote, padded.
-void write_text(Output &out, const char *text, size_t n, const Spec &spec)
+void write_text(Output &out, const char *text, size_t n, const Style &style)
 {
-    const uint32_t f = spec.flags;
+    const uint32_t f = style.flags;
     const auto *bytes = reinterpret_cast<const unsigned char *>(text);
     const bool escape = f & flag_alt;
     const bool quote = f & flag_quote;
     uint64_t length = (escape ? escaped_length(bytes, n) : n) + (quote ? 2 : 0);
-    const uint64_t width = spec.width > 0 ? static_cast<uint64_t>(spec.width) : 0;
+    const uint64_t width = style.width > 0 ? static_cast<uint64_t>(style.width) : 0;
     const uint64_t pad = width > length ? width - length : 0;
     if (!(f & flag_minus))
         out.fill(' ', pad);
@@ -78,28 +78,28 @@ void write_text(Output &out, const char *text, size_t n, const Spec &spec)
 
 } // namespace
 
-void write_char(Output &out, int c, const Spec &spec)
+void write_char(Output &out, int c, const Style &style)
 {
     char byte = static_cast<char>(c);
-    write_text(out, &byte, 1, spec);
+    write_text(out, &byte, 1, style);
 }
 
-void write_string(Output &out, const char *s, const Spec &spec)
+void write_string(Output &out, const char *s, const Style &style)
 {
     if (!s) {
-        Spec nil = spec;
+        Style nil = style;
         nil.flags &= ~flag_alt;
         write_text(out, "(nil)", 5, nil);
         return;
     }
     size_t n;
-    if (spec.precision >= 0) {
-        const void *nul = memchr(s, 0, static_cast<size_t>(spec.precision));
-        n = nul ? static_cast<size_t>(static_cast<const char *>(nul) - s) : static_cast<size_t>(spec.precision);
+    if (style.precision >= 0) {
+        const void *nul = memchr(s, 0, static_cast<size_t>(style.precision));
+        n = nul ? static_cast<size_t>(static_cast<const char *>(nul) - s) : static_cast<size_t>(style.precision);
     } else {
         n = strlen(s);
     }
-    write_text(out, s, n, spec);
+    write_text(out, s, n, style);
 }
 
 } // namespace korv::fmt

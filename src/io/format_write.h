@@ -12,7 +12,7 @@ namespace korv::fmt {
 
 // A conversion with its '*' values resolved: a negative width has become
 // flag_minus, a negative precision none (-1).
-struct Spec {
+struct Style {
     uint32_t flags;
     int32_t width;          // 0 without one
     int32_t precision;      // -1 without one
@@ -21,15 +21,15 @@ struct Spec {
 };
 
 // Integers: signed conversions read value as int64_t, others as uint64_t.
-void write_int(Output &out, uint64_t value, const Spec &spec);
+void write_int(Output &out, uint64_t value, const Style &style);
 // "(nil)" for null, else '0', 'x' and 16 hexadecimal digits.
-void write_pointer(Output &out, const void *p, const Spec &spec);
+void write_pointer(Output &out, const void *p, const Style &style);
 // One byte, escaped with '#', quoted with flag_quote.
-void write_char(Output &out, int c, const Spec &spec);
+void write_char(Output &out, int c, const Style &style);
 // "(nil)" for null; the precision limits the bytes taken.
-void write_string(Output &out, const char *s, const Spec &spec);
+void write_string(Output &out, const char *s, const Style &style);
 // Decimal and hexadecimal floating conversions, inf and nan.
-void write_float(Output &out, double value, const Spec &spec);
+void write_float(Output &out, double value, const Style &style);
 
 } // namespace korv::fmt
 

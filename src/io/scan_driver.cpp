@@ -71,14 +71,14 @@ bool read_field(Src &s, const Record &r, const char *point, void *dst) {
         (flags & fmt::flag_has_width) && r.width > 0 ? static_cast<uint32_t>(r.width) : no_limit;
     switch (r.type) {
     case fmt::arg_int: {
-        IntSpec spec;
-        spec.base = r.base;
-        spec.is_signed = (flags & fmt::flag_signed) != 0;
-        spec.alt = (flags & fmt::flag_alt) != 0;
-        spec.detect_base = spec.alt && !(flags & fmt::flag_has_base) &&
+        IntStyle style;
+        style.base = r.base;
+        style.is_signed = (flags & fmt::flag_signed) != 0;
+        style.alt = (flags & fmt::flag_alt) != 0;
+        style.detect_base = style.alt && !(flags & fmt::flag_has_base) &&
                            (r.conversion == 'i' || r.conversion == 'u');
         uint64_t value;
-        if (!read_integer(s, width, spec, &value)) return false;
+        if (!read_integer(s, width, style, &value)) return false;
         store_integer(dst, flags, value);
         return true;
     }
@@ -125,7 +125,7 @@ int32_t drive(Src &s, const fmt::Parsed &parsed, const char *format, const char 
     const char *p = format;
     for (int i = 0; i < parsed.count; ++i) {
         const Record &r = parsed.records[i];
-        Literal lit = match_literal(s, p, r.spec);
+        Literal lit = match_literal(s, p, r.start);
         if (lit == Literal::bad_format) return result_bad_format;
         if (lit == Literal::mismatch) return count || !s.ended() ? count : result_no_input;
         p = r.next;

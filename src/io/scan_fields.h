@@ -23,20 +23,20 @@ constexpr uint32_t max_float_chars = 511;
 // Pointers are "0x" and 16 digits at most, as the printing side writes them.
 constexpr uint32_t max_pointer_chars = 18;
 
-struct IntSpec {
+struct IntStyle {
     int base;           // 2..36
     bool is_signed;     // a '+' or '-' may lead
     bool alt;           // '#': the prefix rules below
     bool detect_base;   // '#' with no base fixed: the prefix chooses it
 };
 
-// Digits of spec.base in either case. With alt and base 2, 8 or 16 the field
+// Digits of style.base in either case. With alt and base 2, 8 or 16 the field
 // must begin with '0', optionally followed by 'b'/'B' (base 2) or 'x'/'X'
 // (base 16). With detect_base, "0x" selects 16, "0b" 2, a lone leading '0'
 // 8, and anything else stays decimal. The value wraps modulo 2^64; a '-'
 // negates it in two's complement.
 template <typename Src>
-bool read_integer(Src &s, uint32_t width, const IntSpec &spec, uint64_t *value);
+bool read_integer(Src &s, uint32_t width, const IntStyle &style, uint64_t *value);
 
 // Decimal or hexadecimal ("0x") floating text with the locale's decimal
 // point, or the words INF, INFINITE and NAN in any case, converted correctly

@@ -72,18 +72,18 @@ T convert(const char *text, uint32_t length, bool hex, bool overflow) {
 } // namespace
 
 template <typename Src>
-bool read_integer(Src &src, uint32_t width, const IntSpec &spec, uint64_t *value) {
+bool read_integer(Src &src, uint32_t width, const IntStyle &style, uint64_t *value) {
     Cursor<Src> s(src);
     uint32_t n = 0;
     bool negative = false;
     bool any = false;
-    int base = spec.base;
-    if (spec.is_signed && n < width && (s.peek() == '+' || s.peek() == '-')) {
+    int base = style.base;
+    if (style.is_signed && n < width && (s.peek() == '+' || s.peek() == '-')) {
         negative = s.peek() == '-';
         s.next();
         ++n;
     }
-    if (spec.alt && spec.detect_base) {
+    if (style.alt && style.detect_base) {
         if (n < width && s.peek() == '0') {
             any = true;
             s.next();
@@ -99,7 +99,7 @@ bool read_integer(Src &src, uint32_t width, const IntSpec &spec, uint64_t *value
                 ++n;
             }
         }
-    } else if (spec.alt && (base == 2 || base == 8 || base == 16)) {
+    } else if (style.alt && (base == 2 || base == 8 || base == 16)) {
         if (n >= width || s.peek() != '0') return false;
         any = true;
         s.next();
@@ -268,8 +268,8 @@ bool read_pointer(Src &src, uint32_t width, uint64_t *value) {
     return true;
 }
 
-template bool read_integer(StringSource &, uint32_t, const IntSpec &, uint64_t *);
-template bool read_integer(StreamSource &, uint32_t, const IntSpec &, uint64_t *);
+template bool read_integer(StringSource &, uint32_t, const IntStyle &, uint64_t *);
+template bool read_integer(StreamSource &, uint32_t, const IntStyle &, uint64_t *);
 template bool read_float(StringSource &, uint32_t, const char *, bool, FloatValue *);
 template bool read_float(StreamSource &, uint32_t, const char *, bool, FloatValue *);
 template bool read_pointer(StringSource &, uint32_t, uint64_t *);

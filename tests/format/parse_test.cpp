@@ -25,7 +25,7 @@ TEST(FormatParse, LiteralsAndPercentMakeNoRecord) {
     EXPECT_EQ(a.code, parse_ok);
     EXPECT_EQ(a.p.count, 0);
     EXPECT_EQ(Parse("").p.count, 0);
-    EXPECT_EQ(Parse(nullptr).code, parse_bad_spec);
+    EXPECT_EQ(Parse(nullptr).code, parse_bad_format);
 }
 
 TEST(FormatParse, FlagsWidthPrecisionAndPositions) {
@@ -41,7 +41,7 @@ TEST(FormatParse, FlagsWidthPrecisionAndPositions) {
     EXPECT_EQ(r.width, 12);
     EXPECT_EQ(r.precision, 5);
     EXPECT_EQ(r.base, 10);
-    EXPECT_EQ(r.spec, f + 1);
+    EXPECT_EQ(r.start, f + 1);
     EXPECT_EQ(*r.next, '|');
     EXPECT_TRUE(a[1].flags & flag_hh);
     EXPECT_FALSE(a[1].flags & flag_signed);
@@ -87,7 +87,7 @@ TEST(FormatParse, StarsTakeRecordsOfTheirOwn) {
 TEST(FormatParse, Errors) {
     for (const char *bad : {"%", "%5", "%q", "%hhhd", "%llld", "%1.2.3.4d", "%..37d", "%..1d", "%I7d",
                             "%5\xc3\xa9", "%[abc]", "%-\td", "%{d"})
-        EXPECT_EQ(Parse(bad).code, parse_bad_spec) << bad;
+        EXPECT_EQ(Parse(bad).code, parse_bad_format) << bad;
 
     char many[65 * 2 + 1] = "";
     for (int i = 0; i < 64; ++i)
@@ -120,7 +120,7 @@ TEST(FormatParse, ScanningMode) {
     EXPECT_EQ(std::string(a[4].set, a[4].set_length), "-");
     EXPECT_EQ(a[5].type, arg_count);
 
-    EXPECT_EQ(Parse("%[abc", true).code, parse_bad_spec);
-    EXPECT_EQ(Parse("%[]", true).code, parse_bad_spec);
-    EXPECT_EQ(Parse("%[^]", true).code, parse_bad_spec);
+    EXPECT_EQ(Parse("%[abc", true).code, parse_bad_format);
+    EXPECT_EQ(Parse("%[]", true).code, parse_bad_format);
+    EXPECT_EQ(Parse("%[^]", true).code, parse_bad_format);
 }
