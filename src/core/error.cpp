@@ -108,7 +108,7 @@ extern "C" KORV_API int32_t KorvParseErrorCode(const char *text)
     if (count == 0)
         return 0;
     int32_t value = 0;
-    korv::parse_decimal(text + (position - count - 1), &value);
+    KorvSScanf(text + (position - count - 1), "%d", &value);
     return value;
 }
 

@@ -27,25 +27,6 @@ std::atomic<const char *> g_logfile{nullptr};
 std::atomic<KorvLoggingCallback> g_callback{nullptr};
 std::atomic<void *> g_user{nullptr};
 
-// Reads "%d" the way the scan family does: optional spaces, a sign, digits.
-// Returns false when no digit follows.
-bool read_decimal(const char *text, int32_t *value)
-{
-    const char *p = text;
-    while (*p == ' ' || (*p >= '\t' && *p <= '\r'))
-        p++;
-    bool negative = false;
-    if (*p == '+' || *p == '-')
-        negative = *p++ == '-';
-    if (*p < '0' || *p > '9')
-        return false;
-    uint32_t v = 0;
-    for (; *p >= '0' && *p <= '9'; p++)
-        v = v * 10 + (uint32_t)(*p - '0');
-    *value = (int32_t)(negative ? 0u - v : v);
-    return true;
-}
-
 void read_settings()
 {
     if (g_read_marker.load() != 0)
@@ -54,7 +35,7 @@ void read_settings()
     if (const char *debug = getenv("KV_DEBUG")) {
         g_debug = 1;
         int32_t level;
-        if (read_decimal(debug, &level))
+        if (KorvSScanf(debug, "%d", &level) == 1)
             g_level = level;
     }
     if (const char *logfile = getenv("KV_LOGFILE"))
@@ -66,11 +47,6 @@ void read_settings()
 } // namespace
 
 namespace korv {
-
-bool parse_decimal(const char *text, int32_t *value)
-{
-    return read_decimal(text, value);
-}
 
 void write_message(MessageKind kind, const char *format, va_list args)
 {

@@ -15,9 +15,6 @@ enum class MessageKind { error = 0, debug = 1, output = 2 };
 /* Writes one message of the kind; nothing for a null format. */
 void write_message(MessageKind kind, const char *format, va_list args);
 
-/* Reads a "%d" field: spaces, an optional sign and at least one digit. */
-bool parse_decimal(const char *text, int32_t *value);
-
 } // namespace korv
 
 #endif
