@@ -10,20 +10,10 @@
 #include <langinfo.h>
 #include <limits.h>
 #include <locale.h>
-#include <string.h>
 
 namespace korv::locale {
 
 namespace {
-
-char *copy_text(const char *text)
-{
-    size_t length = strlen(text);
-    char *copy = static_cast<char *>(korv_internal_malloc(length + 1));
-    if (copy)
-        memcpy(copy, text, length + 1);
-    return copy;
-}
 
 // The C library lists group sizes as bytes, the last one repeating unless
 // CHAR_MAX ends the list; the text form lists them as numbers and marks the
@@ -38,22 +28,13 @@ char *grouping_text(const char *sizes)
             repeats = false;
             break;
         }
-        if (used)
-            text[used++] = ';';
-        int size = *p;
-        if (size >= 100)
-            text[used++] = (char)('0' + size / 100);
-        if (size >= 10)
-            text[used++] = (char)('0' + size / 10 % 10);
-        text[used++] = (char)('0' + size % 10);
+        used += KorvSNPrintf(text + used, sizeof text - used, "%s%d", used ? ";" : "", *p);
         repeats = true;
     }
-    if (repeats) {
-        text[used++] = ';';
-        text[used++] = '0';
-    }
     text[used] = '\0';
-    return copy_text(text);
+    if (repeats)
+        KorvSNPrintf(text + used, sizeof text - used, ";0");
+    return KorvStrDup(text);
 }
 
 } // namespace
@@ -66,10 +47,10 @@ char *query_user_convention(Convention which)
     char *value = nullptr;
     switch (which) {
     case Convention::decimal_point:
-        value = copy_text(nl_langinfo_l(RADIXCHAR, user));
+        value = KorvStrDup(nl_langinfo_l(RADIXCHAR, user));
         break;
     case Convention::thousands_sep:
-        value = copy_text(nl_langinfo_l(THOUSEP, user));
+        value = KorvStrDup(nl_langinfo_l(THOUSEP, user));
         break;
     case Convention::grouping:
         value = grouping_text(nl_langinfo_l(GROUPING, user));

@@ -32,35 +32,6 @@ const Alias kAliases[] = {
     {20932, "EUC-JP"},     {51949, "EUC-KR"},     {10000, "MACINTOSH"},
 };
 
-// Copies text into name (size bytes, NUL included), cutting it if needed.
-void set_name(char *name, size_t size, const char *text)
-{
-    if (size == 0)
-        return;
-    size_t n = strlen(text);
-    if (n >= size)
-        n = size - 1;
-    memcpy(name, text, n);
-    name[n] = '\0';
-}
-
-// "CP" followed by the decimal number.
-void set_number_name(char *name, size_t size, uint32_t number)
-{
-    char text[16] = "CP";
-    char digits[11];
-    int count = 0;
-    do {
-        digits[count++] = static_cast<char>('0' + number % 10);
-        number /= 10;
-    } while (number);
-    int at = 2;
-    while (count)
-        text[at++] = digits[--count];
-    text[at] = '\0';
-    set_name(name, size, text);
-}
-
 // The iconv name of an encoding.
 void iconv_name(Encoding encoding, char *name, size_t size)
 {
@@ -70,22 +41,22 @@ void iconv_name(Encoding encoding, char *name, size_t size)
         if (!user)
             user = newlocale(LC_CTYPE_MASK, "C", (locale_t)0);
         const char *codeset = user ? nl_langinfo_l(CODESET, user) : "ANSI_X3.4-1968";
-        set_name(name, size, codeset && *codeset ? codeset : "ANSI_X3.4-1968");
+        KorvSNPrintf(name, size, "%s", codeset && *codeset ? codeset : "ANSI_X3.4-1968");
         if (user)
             freelocale(user);
         return;
     }
     case Kind::Oem:
-        set_name(name, size, "CP437");
+        KorvSNPrintf(name, size, "CP437");
         return;
     default:
         for (const Alias &alias : kAliases) {
             if (alias.number == encoding.number) {
-                set_name(name, size, alias.name);
+                KorvSNPrintf(name, size, "%s", alias.name);
                 return;
             }
         }
-        set_number_name(name, size, encoding.number);
+        KorvSNPrintf(name, size, "CP%u", encoding.number);
     }
 }
 
