@@ -67,6 +67,9 @@ typedef struct KorvIO KorvIO;
 typedef struct KorvCMNode KorvCMNode;
 typedef struct KorvSmallHeap KorvSmallHeap;
 typedef struct KorvSmartBuffer KorvSmartBuffer;
+typedef struct KorvBinArgDesc KorvBinArgDesc;
+typedef struct KorvFuncDesc KorvFuncDesc;
+typedef struct KorvCriticalSection KorvCriticalSection; /* re-entrant lock */
 
 /* ======================================================================
  * [core] Engine lifecycle, locks, allocation, errors and logging
@@ -216,6 +219,75 @@ KORV_API uint32_t KorvChunkClearFlags(uint32_t *flags, uint32_t bits);
 KORV_API uint32_t KorvResetChunks(KorvChunk **array);
 KORV_API uint32_t KorvEnqueueChunk(KorvState *state, const KorvChunk *chunk, uint32_t *index);
 KORV_API uint32_t KorvDupChunk(KorvChunk **dest, const KorvChunk *source);
+
+/* -- module calls -- */
+/* Init entry of a function: reads its argument list and, on success (1),
+ * stores a new state record through the address. */
+typedef uint32_t (*KorvInitFn)(KorvArgWord *args, KorvState **state, KorvFuncDesc *desc);
+
+/* A composite function drives other functions through its host. The host is
+ * a record whose first three fields are these entries; the bridge table
+ * handed to a composite init entry reaches them. */
+typedef struct KorvCallPair {
+    uint64_t value;
+    uint32_t n;
+} KorvCallPair;
+typedef struct KorvCompositeHost KorvCompositeHost;
+typedef struct KorvCompositeBridge KorvCompositeBridge;
+typedef uint32_t (*KorvHostCallFn)(KorvCompositeHost *host, uint64_t id, int32_t blockSize,
+                                   KorvBinArgDesc *block, uint32_t n, uint32_t count,
+                                   KorvCallPair *pairs);
+typedef uint32_t (*KorvHostForwardFn)(KorvCompositeHost *host, uintptr_t a, uintptr_t b,
+                                      uintptr_t c, uintptr_t d);
+typedef void (*KorvHostMessageFn)(KorvCompositeHost *host, const char *text);
+struct KorvCompositeHost {
+    KorvHostCallFn call;
+    KorvHostForwardFn forward;
+    KorvHostMessageFn message;
+};
+/* callBin takes count further (uint64_t value, uint32_t n) argument pairs. */
+typedef uint32_t (*KorvBridgeCallBinFn)(KorvCompositeBridge *bridge, uint64_t id,
+                                        const KorvArgWord *args, uint32_t n, uint32_t count, ...);
+typedef uint32_t (*KorvBridgeCallBinArrayFn)(KorvCompositeBridge *bridge, uint64_t id,
+                                             const KorvArgWord *args, uint32_t n, uint32_t count,
+                                             KorvCallPair *pairs);
+typedef uint32_t (*KorvBridgeForwardFn)(KorvCompositeBridge *bridge, uintptr_t a, uintptr_t b,
+                                        uintptr_t c, uintptr_t d);
+typedef void (*KorvBridgeMessageFn)(KorvCompositeBridge *bridge, const char *format, ...);
+struct KorvCompositeBridge {
+    KorvBridgeCallBinFn callBin;
+    KorvBridgeCallBinArrayFn callBinArray;
+    KorvBridgeForwardFn forward;
+    KorvBridgeMessageFn message;
+    KorvCompositeHost *host;
+};
+/* Composite init entry: descriptor, argument list, bridge, one further value. */
+typedef uint32_t (*KorvCompositeInitFn)(KorvFuncDesc *desc, KorvArgWord *args,
+                                        KorvCompositeBridge *bridge, uintptr_t value);
+
+/* The drivers. Each copies the module's result into the state's status. A
+ * descriptor's init entry is the function its init text names, resolved
+ * with KorvRetrieveInit ("library!symbol", or a symbol of the default
+ * library); a composite function names its composite init entry there. */
+KORV_API uint32_t KorvCallInit(KorvInitFn init, KorvArgWord *args, KorvState **state);
+KORV_API uint32_t KorvCallModuleInit(KorvFuncDesc *desc, KorvArgWord *args, KorvState **state);
+/* init, then argument-list words ending with KORV_ARG_END, then KorvState **. */
+KORV_API uint32_t KorvCallInitArgs(KorvInitFn init, ...);
+KORV_API uint32_t KorvCallModuleInitBin(KorvFuncDesc *desc, uint32_t argCount,
+                                        const KorvBinArgDesc *block, int32_t headerCount,
+                                        const void *const *headers, KorvState **state);
+KORV_API uint32_t KorvCallCompositeInit(KorvFuncDesc *desc, KorvArgWord *args,
+                                        KorvCompositeBridge *bridge, uintptr_t value);
+KORV_API uint32_t KorvCallCompositeInitBin(KorvFuncDesc *desc, uint32_t argCount,
+                                           const KorvBinArgDesc *block, int32_t headerCount,
+                                           const void *const *headers, KorvCompositeHost *host);
+KORV_API uint32_t KorvCallProcess(KorvState *state, void *a, void *b, void *c);
+KORV_API uint32_t KorvProcessSI(KorvState *state, void *data, uint32_t size, uint32_t aux);
+KORV_API uint32_t KorvProcessSO(KorvState *state, void **data, uint32_t *size, uint32_t *aux);
+KORV_API uint32_t KorvProcessSISO(KorvState *state, void *data, uint32_t size, uint32_t aux,
+                                  void **outData, uint32_t *outSize, uint32_t *outAux);
+KORV_API uint32_t KorvCallEnd(KorvState *state);
+KORV_API uint32_t KorvAbsoluteCallEnd(KorvState *state);
 
 /* ---- end [process] ---- */
 
@@ -417,12 +489,12 @@ KORV_API uint32_t KorvParseArgs(const KorvArgWord *list, ...);
 /* A 24-byte descriptor: the name text "name:types", the kind of the
  * elements (0 int32, 1 text pointers, 2 none, 3 doubles, 4 addresses,
  * 5 int32 booleans), their count and where they are. */
-typedef struct KorvBinArgDesc {
+struct KorvBinArgDesc {
     const char *name;
     uint32_t kind;
     int32_t count;
     void *data;
-} KorvBinArgDesc;
+};
 /* Packs a list into one block (freed with korv_internal_free): returns the
  * number of descriptors, or -1. */
 KORV_API int32_t KorvBinArgFromArgs(const KorvArgWord *list, KorvBinArgDesc **block);
@@ -480,6 +552,127 @@ typedef struct KVHdrManager {
     KVHdrEmitChunkFn emitChunk;
     KVHdrCreateHeaderFn createHeader;
 } KVHdrManager;
+
+/* -- registry (guarded by the 'HDRM' lock) -- */
+/* A registration handle is the address of the registry entry. */
+KORV_API uint32_t KVHdrRegisterManager(const char *format, const char *version,
+                                       const KVHdrManager *manager, void **handle);
+KORV_API uint32_t KVHdrUnregisterManager(void *handle);
+KORV_API uint32_t KVHdrGetManager_Str(const char *format, const char *version,
+                                      KVHdrManager *manager);
+KORV_API uint32_t KVHdrGetManager_Type(int32_t type, KVHdrManager *manager);
+KORV_API uint32_t KVHdrGetManager(KorvCMNode *tree, KVHdrManager *manager);
+
+/* -- header documents: a CM document, form feed, line feed, then chunks -- */
+KORV_API uint32_t KVHdrRead(KorvIO *io, KorvCMNode **tree);
+KORV_API uint32_t KVHdrWrite(KorvCMNode *tree, KorvIO *io);
+KORV_API uint32_t KVHdrNonDestructiveRead(KorvIO *io, KorvCMNode **tree, void **block,
+                                          uint64_t *size);
+KORV_API uint32_t KVHdrFree(KorvCMNode *tree);
+KORV_API uint32_t KVHdrFreeList(char ***list);
+KORV_API KorvCMNode *KVHdrArrange(KorvCMNode *tree);
+
+/* -- conversion through a manager -- */
+KORV_API uint32_t KVHdrToStruct(const KVHdrManager *manager, KorvCMNode *tree, void *record);
+KORV_API uint32_t KVHdrFromStruct(const KVHdrManager *manager, void *record, KorvCMNode **tree);
+KORV_API uint32_t KVHdrLoadAll(const KVHdrManager *manager, KorvIO *io, void *destination);
+KORV_API uint32_t KVHdrEmitAll(const KVHdrManager *manager, KorvIO *io, void *source);
+KORV_API uint32_t KVHdrToHeader(const KVHdrManager *manager, KorvCMNode *tree,
+                                KorvGenericHeader **header);
+KORV_API uint32_t KVHdrCreateHeader(const KVHdrManager *manager, KorvGenericHeader **header);
+KORV_API uint32_t KVHdrFromHeader(const KVHdrManager *manager, KorvGenericHeader *header,
+                                  KorvCMNode **tree);
+KORV_API uint32_t KVHdrToChunk(const KVHdrManager *manager, KorvGenericHeader *header,
+                               KorvIO *io, KorvChunk *chunk);
+KORV_API uint32_t KVHdrToChunkLines(const KVHdrManager *manager, KorvGenericHeader *header,
+                                    KorvIO *io, KorvChunk *chunk, uint32_t count);
+KORV_API uint32_t KVHdrFromChunk(const KVHdrManager *manager, KorvGenericHeader *header,
+                                 KorvIO *io, KorvChunk *chunk);
+
+/* -- combined read and write -- */
+KORV_API uint32_t KVHdrRead_Header(KorvIO *io, KVHdrManager *manager, KorvGenericHeader **header);
+KORV_API uint32_t KVHdrNonDestructivRead_Header(KorvIO *io, void **block, uint64_t *size,
+                                                KVHdrManager *manager,
+                                                KorvGenericHeader **header);
+KORV_API uint32_t KVHdrWrite_Header(KorvGenericHeader *header, const KVHdrManager *manager,
+                                    KorvIO *io);
+KORV_API uint32_t KVHdrRead_Struct(KorvIO *io, KVHdrManager *manager, void *record);
+KORV_API uint32_t KVHdrNonDestructivRead_Struct(KorvIO *io, void **block, uint64_t *size,
+                                                KVHdrManager *manager, void *record);
+KORV_API uint32_t KVHdrWrite_Struct(void *record, const KVHdrManager *manager, KorvIO *io);
+
+/* -- header parameters by section and name; setters return the tree -- */
+KORV_API char *KVHdrGetHeaderParam(KorvCMNode *tree, const char *section, const char *name);
+KORV_API uint32_t KVHdrGetHeaderData(KorvCMNode *tree, const char *section, const char *name,
+                                     void **data, uint64_t *size);
+KORV_API uint32_t KVHdrCheckHeaderParam(KorvCMNode *tree, const char *section, const char *name);
+KORV_API uint32_t KVHdrGetHeaderList(KorvCMNode *tree, const char *section, const char *name,
+                                     char ***list);
+KORV_API KorvCMNode *KVHdrSetHeaderParam(KorvCMNode *tree, const char *section,
+                                         const char *name, const char *text);
+KORV_API KorvCMNode *KVHdrSetHeaderField(KorvCMNode *tree, const char *section,
+                                         const char *name, const void *bytes, uint64_t length);
+KORV_API KorvCMNode *KVHdrSetHeaderString(KorvCMNode *tree, const char *section,
+                                          const char *name, const char *text);
+KORV_API KorvCMNode *KVHdrSetHeaderData(KorvCMNode *tree, const char *section,
+                                        const char *name, const void *bytes, uint64_t length);
+KORV_API KorvCMNode *KVHdrDeleteHeaderField(KorvCMNode *tree, const char *section,
+                                            const char *name);
+KORV_API KorvCMNode *KVHdrDeleteHeaderSection(KorvCMNode *tree, const char *section);
+KORV_API uint32_t KVHdrGetHeaderInts(KorvCMNode *tree, const char *section, const char *name,
+                                     int32_t *values, uint32_t *count);
+KORV_API uint32_t KVHdrGetHeaderDoubles(KorvCMNode *tree, const char *section, const char *name,
+                                        double *values, uint32_t *count);
+KORV_API uint32_t KVHdrGetHeaderFloats(KorvCMNode *tree, const char *section, const char *name,
+                                       float *values, uint32_t *count);
+KORV_API KorvCMNode *KVHdrSetHeaderInts(KorvCMNode *tree, const char *section, const char *name,
+                                        const int32_t *values, uint32_t count, uint32_t perLine);
+KORV_API KorvCMNode *KVHdrSetHeaderDoubles(KorvCMNode *tree, const char *section,
+                                           const char *name, const double *values,
+                                           uint32_t count, uint32_t perLine);
+KORV_API KorvCMNode *KVHdrSetHeaderFloats(KorvCMNode *tree, const char *section,
+                                          const char *name, const float *values, uint32_t count,
+                                          uint32_t perLine);
+/* Every value of a multi-valued parameter: the number of values, *values a
+ * new array of that many times *perValue numbers. */
+KORV_API int32_t KVHdrGetHeaderIntsList(KorvCMNode *tree, const char *section, const char *name,
+                                        int32_t **values, uint32_t *perValue);
+KORV_API int32_t KVHdrGetHeaderDoublesList(KorvCMNode *tree, const char *section,
+                                           const char *name, double **values,
+                                           uint32_t *perValue);
+KORV_API int32_t KVHdrGetHeaderFloatsList(KorvCMNode *tree, const char *section,
+                                          const char *name, float **values, uint32_t *perValue);
+
+/* -- ASCII value chunks -- */
+typedef struct KVHdrValueChunk {
+    uint32_t end;    /* end of data reached */
+    uint32_t loaded; /* values were loaded */
+    uint32_t count;  /* number of values */
+    void *values;    /* count values of the chunk's width; owned by the chunk */
+} KVHdrValueChunk;
+/* Token readers: 0 read, 1 not a number, -1 end of data. Writers: 0, -1. */
+KORV_API int32_t _KVHdrReadAsciiInt(KorvIO *io, uint32_t *value);
+KORV_API int32_t _KVHdrReadAsciiFloat(KorvIO *io, float *value);
+KORV_API int32_t _KVHdrReadAsciiComplex(KorvIO *io, float *value);
+KORV_API int32_t _KVHdrWriteAsciiInt(KorvIO *io, const uint32_t *value);
+KORV_API int32_t _KVHdrWriteAsciiFloat(KorvIO *io, const float *value);
+KORV_API int32_t _KVHdrWriteAsciiComplex(KorvIO *io, const float *value);
+KORV_API uint32_t KVHdrLoadChunk_Ascii_8(KorvIO *io, KVHdrValueChunk *chunk, uint32_t n);
+KORV_API uint32_t KVHdrLoadChunk_Ascii_16(KorvIO *io, KVHdrValueChunk *chunk, uint32_t n);
+KORV_API uint32_t KVHdrLoadChunk_Ascii_32(KorvIO *io, KVHdrValueChunk *chunk, uint32_t n);
+KORV_API uint32_t KVHdrLoadChunk_Ascii_64(KorvIO *io, KVHdrValueChunk *chunk, uint32_t n);
+KORV_API uint32_t KVHdrEmitChunk_Ascii_8(KorvIO *io, KVHdrValueChunk *chunk, uint32_t emit);
+KORV_API uint32_t KVHdrEmitChunk_Ascii_16(KorvIO *io, KVHdrValueChunk *chunk, uint32_t emit);
+KORV_API uint32_t KVHdrEmitChunk_Ascii_32(KorvIO *io, KVHdrValueChunk *chunk, uint32_t emit);
+KORV_API uint32_t KVHdrEmitChunk_Ascii_64(KorvIO *io, KVHdrValueChunk *chunk, uint32_t emit);
+/* Interleaved groups of fields of mixed widths (8, 16, 32, 64) through a
+ * cursor over packed values. */
+KORV_API int32_t _KVHdrReadAsciiValues(KorvIO *io, const uint32_t *widths, uint32_t groups,
+                                       uint32_t fields, unsigned char **cursor,
+                                       uint32_t *counter);
+KORV_API int32_t _KVHdrWriteAsciiValues(KorvIO *io, const uint32_t *widths, uint32_t groups,
+                                        uint32_t fields, const unsigned char **cursor,
+                                        uint32_t newline);
 
 /* ---- end [header] ---- */
 
@@ -769,6 +962,169 @@ KORV_API KorvCMNode *KorvUserCMDupData(const KorvCMNode *node);
  * [modules] Function descriptors, info fields, module loader, libraries
  * ====================================================================== */
 
+/* -- function descriptors -- */
+/* Interleaves a function accepts (the interleaves mask). */
+#define KORV_FD_SCANLINE    1u
+#define KORV_FD_PIXEL       2u
+#define KORV_FD_FRAME       4u
+#define KORV_FD_COMPRESSION 8u
+
+typedef KorvFuncDesc *(*KorvFuncDescCopyFn)(KorvFuncDesc *desc);
+typedef void (*KorvFuncDescFreeFn)(KorvFuncDesc *desc);
+/* A processing function as its descriptor document tells it. The record owns
+ * every string and array; string arrays are NULL-terminated, bits ends with
+ * -1; NULL arrays mean "any". */
+struct KorvFuncDesc {
+    KorvFuncDescCopyFn copy;
+    void *reserved;
+    KorvFuncDescFreeFn free;
+    char *name;
+    char *init;        /* its init entry: "library!symbol" or a symbol */
+    uintptr_t user;
+    char **args;
+    char **colorSpaces;
+    int32_t *bits;
+    int32_t inputs;
+    int32_t outputs;
+    int32_t synchronous;
+    uint32_t interleaves;
+    char **tests;
+    char **formats;
+    char *description;
+    char *documentation;
+    char **categories;
+};
+KORV_API KorvFuncDesc *KorvAllocFuncDesc(void);
+KORV_API uint32_t KorvReadFuncDesc(KorvIO *io, KorvFuncDesc *desc);
+KORV_API KorvFuncDesc *KorvCopyFuncDesc(KorvFuncDesc *desc);
+KORV_API void KorvFreeFuncDesc(KorvFuncDesc *desc);
+/* The descriptor file of that name along the descriptor search path (a new
+ * string), or NULL. */
+KORV_API char *KorvFuncDescFileName(const char *name);
+
+/* -- info fields -- */
+typedef struct KorvInfoField KorvInfoField;
+typedef KorvInfoField *(*KorvInfoFieldCopyFn)(KorvInfoField *field);
+typedef void (*KorvInfoFieldFreeFn)(KorvInfoField *field);
+/* One typed field of a small value block: type 'c' bytes, 'f' doubles, 'i'
+ * 32-bit integers; offset is the sum of the sizes before it. A field list is
+ * a NULL-terminated array of field pointers. */
+struct KorvInfoField {
+    KorvInfoFieldCopyFn copy;
+    void *reserved;
+    KorvInfoFieldFreeFn free;
+    char *name;
+    char type;
+    uint32_t count;
+    uint32_t size;
+    uint64_t offset;
+};
+KORV_API int32_t KorvParseInfoField(const char *text, char **name, char *type, uint32_t *count);
+KORV_API uint32_t KorvParseInfoFields(const char *const *texts, KorvInfoField ***list);
+KORV_API uint32_t KorvParseInfoFieldsFromHdr(KorvGenericHeader *header, KorvInfoField ***list);
+KORV_API uint32_t KorvWriteInfoFieldsToHdr(KorvGenericHeader *header, KorvInfoField **list);
+KORV_API int32_t KorvAddInfoField(KorvInfoField ***list, const char *name, char type,
+                                  uint32_t count);
+KORV_API int32_t KorvFindInfoField(KorvInfoField **list, const char *name);
+KORV_API uint32_t KorvRemoveInfoField(KorvInfoField **list, int32_t index);
+KORV_API uint64_t KorvGetInfoFieldsTotal(KorvInfoField **list);
+KORV_API int32_t KorvGetInfoFieldInt(const KorvInfoField *field, const void *block,
+                                     int32_t index, int32_t *value);
+KORV_API int32_t KorvSetInfoFieldInt(const KorvInfoField *field, void *block, int32_t index,
+                                     int32_t value);
+KORV_API int32_t KorvGetInfoFieldDouble(const KorvInfoField *field, const void *block,
+                                        int32_t index, double *value);
+KORV_API int32_t KorvSetInfoFieldDouble(const KorvInfoField *field, void *block, int32_t index,
+                                        double value);
+KORV_API int32_t KorvGetInfoFieldStr(const KorvInfoField *field, const void *block,
+                                     char **string);
+KORV_API int32_t KorvSetInfoFieldStr(const KorvInfoField *field, void *block,
+                                     const char *string);
+
+/* -- dynamic libraries -- */
+typedef void *KorvLibrary;
+KORV_API uint32_t KorvDLOpen(const char *name, KorvLibrary *handle);
+KORV_API uint32_t KorvDLClose(KorvLibrary handle);
+KORV_API uint32_t KorvDLSymbolLookup(KorvLibrary handle, const char *symbol, void **pointer);
+KORV_API char *KorvGetLibraryBaseName(const char *path);
+/* "lib1,lib2!symbol" or "symbol" in the default library: 1 found, 0 not
+ * found, -1 no library opened. Libraries are kept in a process-wide cache. */
+KORV_API uint32_t KorvRetrieveFunc(const char *spec, const char *defaultLibrary, void **pointer);
+KORV_API uint32_t KorvRetrieveInit(const char *spec, void **pointer);
+
+/* -- bundles and the module loader -- */
+/* What a bundle's module entry hands out for one function. The first two
+ * words are fixed: the loader finds the module's bundle by the first. */
+typedef struct KorvModule {
+    const char *bundle;      /* the bundle's base name */
+    const char *name;        /* the function's name within the bundle */
+    const char *descriptor;  /* its descriptor document, for KorvFuncDescFileName */
+    KorvInitFn init;         /* its init entry, or NULL */
+    KorvCompositeInitFn compositeInit; /* its composite init entry, or NULL */
+} KorvModule;
+/* The three entry symbols of bundle NAME: KorvaneBundleGetVersion_NAME,
+ * KorvaneBundleGetList_NAME and KorvaneBundleGetModule_NAME. */
+#define KORV_BUNDLE_MAJOR_VERSION 5
+typedef const int32_t *(*KorvBundleVersionFn)(void);
+typedef KorvModule **(*KorvBundleListFn)(void);
+typedef KorvModule *(*KorvBundleModuleFn)(const char *name);
+
+typedef struct KorvModLoader KorvModLoader;
+typedef struct KorvBundle KorvBundle;
+typedef struct KorvModAlias KorvModAlias;
+typedef void (*KorvModLoaderFn)(KorvModLoader *loader);
+typedef KorvModule *(*KorvModLoaderFindFn)(KorvModLoader *loader, const char *name);
+typedef void (*KorvModLoaderModuleFn)(KorvModLoader *loader, KorvModule *module);
+#define KORV_MODLOADER_BUNDLE_BUCKETS 31
+#define KORV_MODLOADER_ALIAS_BUCKETS 63
+struct KorvModLoader {
+    KorvModLoaderFn retain;
+    KorvModLoaderFn release;
+    KorvModLoaderFindFn findModule;
+    KorvModLoaderModuleFn retainModule;
+    KorvModLoaderModuleFn releaseModule;
+    char tag[4];                     /* "Q)E(" */
+    KorvCriticalSection *lock;       /* guards everything below */
+    int32_t refcount;
+    KorvBundle *bundles[KORV_MODLOADER_BUNDLE_BUCKETS];
+    KorvModAlias *aliases[KORV_MODLOADER_ALIAS_BUCKETS];
+    KorvModAlias *functionAliases[KORV_MODLOADER_ALIAS_BUCKETS];
+};
+struct KorvBundle {
+    KorvBundleVersionFn version;
+    KorvBundleListFn list;
+    KorvBundleModuleFn module;
+    uint32_t count;
+    char *name;
+    KorvLibrary library; /* NULL for bundles registered from functions */
+    int32_t refcount;
+    KorvBundle *next;
+};
+struct KorvModAlias {
+    char *key;
+    char *target;
+    KorvModAlias *next;
+};
+KORV_API uint32_t KorvBasicModLoaderCreate(KorvModLoader **loader);
+KORV_API uint32_t KorvBasicModLoaderAddLibrary(KorvModLoader *loader, const char *path);
+KORV_API uint32_t KorvBasicModLoaderAddFunctions(KorvModLoader *loader, const char *name,
+                                                 KorvBundleVersionFn version,
+                                                 KorvBundleListFn list,
+                                                 KorvBundleModuleFn module);
+KORV_API uint32_t KorvBasicModLoaderAddPath(KorvModLoader *loader, const char *paths);
+KORV_API uint32_t KorvBasicModLoaderAddRegistryFile(KorvModLoader *loader, const char *path);
+KORV_API uint32_t KorvBasicModLoaderAddDefaults(KorvModLoader *loader, const char *registry,
+                                                const char *searchPath, const char *envName,
+                                                const char *defaultPaths);
+KORV_API uint32_t KorvBasicModLoaderAddAlias(KorvModLoader *loader, const char *key,
+                                             const char *target);
+/* The modules of the named bundle (opened if needed) or, for NULL, of every
+ * bundle: their number, and *list a new NULL-terminated array (freed with
+ * korv_internal_free) when list is not NULL. */
+KORV_API uint32_t KorvBasicModLoaderGetList(KorvModLoader *loader, const char *bundle,
+                                            KorvModule ***list);
+KORV_API void KorvBasicModLoaderDebugDump(KorvModLoader *loader);
+
 /* ---- end [modules] ---- */
 
 
@@ -783,7 +1139,6 @@ KORV_API KorvCMNode *KorvUserCMDupData(const KorvCMNode *node);
  * Time-outs are milliseconds; KORV_INFINITE waits without limit. */
 #define KORV_INFINITE 0xFFFFFFFFu
 
-typedef struct KorvCriticalSection KorvCriticalSection; /* re-entrant lock */
 typedef struct KorvMutex KorvMutex;         /* re-entrant for its owner */
 typedef struct KorvSemaphore KorvSemaphore; /* maximum count 65535 */
 typedef struct KorvEvent KorvEvent;

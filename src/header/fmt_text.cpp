@@ -1,0 +1,44 @@
+/*
+ * Text chunks: the bytes that follow a "text" header, as they stand. A load
+ * takes up to the requested number of bytes (4096 for a count of 0) and
+ * flags the end of data when fewer arrive; an emit writes the bytes.
+ */
+#include "header/fmt_entries.h"
+
+#include <string.h>
+
+using namespace korv::hdr;
+
+namespace {
+constexpr uint32_t kDefaultBytes = 4096;
+} // namespace
+
+uint32_t korv_text_load_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
+                              uint32_t count)
+{
+    if (!chunk)
+        return 0;
+    memset(chunk, 0, sizeof *chunk);
+    FormatHeader *f = as_format_header(header);
+    if (!f || !io)
+        return 0;
+    if (count == 0)
+        count = kDefaultBytes;
+    int64_t got = read_some(io, f->buffer, count);
+    if (got < 0)
+        return 0;
+    chunk->data = f->buffer.data;
+    chunk->size = static_cast<uint32_t>(got);
+    chunk->flags = static_cast<uint64_t>(got) < count ? 1 : 0;
+    return 1;
+}
+
+uint32_t korv_text_emit_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
+                              uint32_t flag)
+{
+    if (!header || !io || !chunk || (chunk->size && !chunk->data))
+        return 0;
+    if (chunk->size && KorvIOWriteBytes(io, chunk->data, chunk->size) != chunk->size)
+        return static_cast<uint32_t>(-1);
+    return 1;
+}

@@ -1,0 +1,95 @@
+/*
+ * Binary chunks of the raster formats: a frame of four 32-bit words (size,
+ * scan lines, a reserved word, flags) in the writer's byte order, then the
+ * bytes. Samples that arrive in the other byte order are turned around.
+ */
+#include "header/fmt_entries.h"
+
+#include <string.h>
+
+using namespace korv::hdr;
+
+namespace {
+
+// Only the end-of-data bit and bit 32 travel with a chunk.
+constexpr uint32_t kFrameFlags = 33;
+
+// Turns each separation's samples of a loaded chunk into the machine's
+// order, line by line, never past the chunk's bytes.
+void swap_samples(const FormatHeader *f, KorvChunk *chunk)
+{
+    const KorvGenericHeader &h = f->h;
+    uint32_t seps = h.interleave == KORV_INTERLEAVE_PIXEL ? 1 : f->sepsRead;
+    if (seps > KORV_MAX_SEPARATIONS)
+        seps = KORV_MAX_SEPARATIONS;
+    uint64_t line = 0;
+    for (uint32_t s = 0; s < seps; s++)
+        line += h.bytesPerLine[s];
+    if (line == 0 || !chunk->data)
+        return;
+    unsigned char *p = chunk->data;
+    const unsigned char *end = p + chunk->size;
+    for (uint32_t l = 0; l < chunk->aux && p < end; l++) {
+        for (uint32_t s = 0; s < seps && p < end; s++) {
+            uint64_t n = h.bytesPerLine[s];
+            if (n > static_cast<uint64_t>(end - p))
+                n = static_cast<uint64_t>(end - p);
+            uint32_t bits = h.bitsPerSample[s];
+            if (bits > 16)
+                KorvSwabLongArray(p, static_cast<uint32_t>(n / 4));
+            else if (bits > 8)
+                KorvSwabShortArray(p, static_cast<uint32_t>(n / 2));
+            p += n;
+        }
+    }
+}
+
+} // namespace
+
+uint32_t korv_imgext_emit_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
+                                uint32_t flag)
+{
+    if (!header || !io || !chunk || (chunk->size && !chunk->data))
+        return 0;
+    uint32_t frame[4] = {chunk->size, chunk->aux, chunk->reserved, chunk->flags & kFrameFlags};
+    uint32_t machine = KorvIdentifyEndian();
+    if ((header->endian == KORV_ENDIAN_LITTLE || header->endian == KORV_ENDIAN_BIG) &&
+        header->endian != machine)
+        KorvSwabLongArray(frame, 4);
+    if (KorvIOWriteBytes(io, frame, sizeof frame) != sizeof frame)
+        return static_cast<uint32_t>(-1);
+    if (chunk->size && KorvIOWriteBytes(io, chunk->data, chunk->size) != chunk->size)
+        return static_cast<uint32_t>(-1);
+    return 1;
+}
+
+uint32_t korv_imgext_load_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
+                                uint32_t count)
+{
+    if (!chunk)
+        return 0;
+    memset(chunk, 0, sizeof *chunk);
+    FormatHeader *f = as_format_header(header);
+    if (!f || !io)
+        return 0;
+    uint32_t frame[4];
+    uint64_t got = KorvIOReadBytes(io, frame, sizeof frame);
+    if (got == 0) {
+        chunk->flags = 1; // clean end of data
+        return 1;
+    }
+    if (got != sizeof frame)
+        return 0;
+    if (f->swap)
+        KorvSwabLongArray(frame, 4);
+    if (!read_exact(io, f->buffer, frame[0]))
+        return 0;
+    chunk->size = frame[0];
+    chunk->aux = frame[1];
+    chunk->reserved = frame[2];
+    chunk->flags = frame[3] & kFrameFlags;
+    chunk->data = f->buffer.data;
+    if (f->swap)
+        swap_samples(f, chunk);
+    return 1;
+}
