@@ -73,8 +73,17 @@ typedef struct KorvCriticalSection KorvCriticalSection; /* re-entrant lock */
 
 /* ======================================================================
  * [core] Engine lifecycle, locks, allocation, errors and logging
+ *
+ * The library starts the engine when it is loaded and ends it when it is
+ * unloaded; a program's own KorvaneInit and KorvaneEnd calls are counted
+ * and must pair. Memory crossing the interface comes from the allocators
+ * below. Faults of a module call are kept in its state (KorvSetError);
+ * the library's own go to the message channel.
  * ====================================================================== */
 
+/* The general allocator: the C library's malloc, calloc, realloc and free,
+ * unchanged. Everything handed across the interface is allocated and freed
+ * with these; NULL when out of memory, and free takes NULL. */
 KORV_API void *korv_internal_malloc(size_t size);
 KORV_API void *korv_internal_calloc(size_t count, size_t size);
 KORV_API void *korv_internal_realloc(void *block, size_t size);
@@ -105,6 +114,10 @@ KORV_API uint32_t KorvaneRegisterCleanup(uint32_t when, KorvCleanupFn fn, uintpt
 KORV_API uint32_t KorvaneRegisterCleanupFunc(KorvCleanupFn fn, uintptr_t arg);
 KORV_API uint32_t KorvaneCleanup(void);
 
+/* Blocks of bytes. KorvSwapBlock exchanges the contents of two blocks that
+ * must not overlap. KorvCmpBlock gives 0 for a count of 0, else the
+ * difference (first minus second) of the first unequal bytes taken as
+ * unsigned, or of the last bytes when all are equal. */
 KORV_API void KorvSwapBlock(void *a, void *b, size_t count);
 KORV_API int32_t KorvCmpBlock(const void *a, const void *b, size_t count);
 
@@ -198,6 +211,13 @@ struct KorvState {
 };
 #define KORV_STATE_MIN_SIZE 176
 
+/* A state record of size bytes (at least KORV_STATE_MIN_SIZE), zero-filled,
+ * with the default entries: 1, or 0 for a null address, a size below the
+ * minimum or no memory. KorvFreeState frees the record only: the arrays,
+ * headers and chunks are the module's. The getters give 0 for a null state
+ * or address, else store the field and give 1 (the output count through
+ * the getOutputCount entry, -1 stored as 0). KorvGetOutputFlags gives the
+ * flags of one output, 0 for an index at or past the output count. */
 KORV_API uint32_t KorvAllocState(KorvState **state, int32_t size);
 KORV_API uint32_t KorvFreeState(KorvState *state);
 KORV_API uint32_t KorvGetStateFlags(KorvState *state, uint32_t *flags);
@@ -365,6 +385,8 @@ struct KorvGenericHeader {
     KorvCMNode *params;      /* owned: further parameters in sections */
 };
 
+/* Sets the generic copy and free entries and the machine's byte order in a
+ * header record: 1, or 0 for NULL. */
 KORV_API uint32_t KorvInitGenericHeader(KorvGenericHeader *header);
 /* count records of size bytes each (at least the common part). */
 KORV_API uint32_t KorvAllocHeaders(KorvGenericHeader ***array, int32_t count, int32_t size);
@@ -423,6 +445,10 @@ typedef struct KorvFWindow {
     double height;
 } KorvFWindow;
 
+/* Windows in fractions of the image (0 to 1) and in pixels of an image of
+ * width x height. KorvFWinToWin rounds the origin with 0.4999 and the far
+ * edge with 0.5; 0 when the fractional width or height is negative.
+ * KorvWinToFWin divides by the image size; 0 when it is 0. Otherwise 1. */
 KORV_API uint32_t KorvFWinToWin(uint32_t width, uint32_t height, const KorvFWindow *fwin,
                                 KorvWindow *win);
 KORV_API uint32_t KorvWinToFWin(uint32_t width, uint32_t height, const KorvWindow *win,
@@ -444,6 +470,10 @@ KORV_API uint32_t KorvGetDefaultColor(uint32_t parts);
 
 /* ======================================================================
  * [args] Argument lists, parsing, binary argument blocks and headers
+ *
+ * An argument list configures a function: "name:types" entries with their
+ * value words, ended by KORV_ARG_END. Lists and blocks made here belong to
+ * the caller (or to the small heap they were made in).
  * ====================================================================== */
 
 /* -- argument lists -- */
@@ -709,6 +739,12 @@ struct KorvIO {
 /* A Windows HANDLE; on POSIX a file descriptor carried in the same word. */
 typedef void *KorvHandle;
 
+/* Loops over the slots. KorvIOReadBytes and KorvIOWriteBytes move count
+ * bytes unless the data ends (fewer) or a slot fails (its negative result,
+ * passed through). KorvIOReadString reads one line without its line end
+ * into dst (at most limit bytes) and gives the bytes consumed, or -1;
+ * KorvIOGets keeps the line feed and gives 1 when it stored a byte, else 0.
+ * KorvIOWriteString is one call of the write slot with the string. */
 KORV_API uint64_t KorvIOReadBytes(KorvIO *io, void *dst, uint64_t count);
 KORV_API uint64_t KorvIOWriteBytes(KorvIO *io, const void *src, uint64_t count);
 KORV_API int64_t KorvIOReadString(KorvIO *io, char *dst, int64_t limit);
@@ -720,6 +756,17 @@ KORV_API int64_t KorvIOSkipBytes(KorvIO *io, int64_t count);
 /* The whole stream from its first byte into a new NUL-terminated block. */
 KORV_API uint32_t KorvIOReadBlock(KorvIO *io, void **buffer, uint64_t *length);
 
+/* Stream constructors; each gives NULL when out of memory. Streams over a
+ * caller's resource (descriptor, FILE, handle, string) do not own it until
+ * set_owned(io, 1); KorvIO_FileName (mode letters 'r' read an existing
+ * file, 'w' create or truncate, 'a' append, '+' both ways; "http://" names
+ * open a URL stream) and KorvIO_Mktemp (deleted when closed) own theirs. KorvIO_Mem grows its own buffer and frees it on close.
+ * KorvIO_Str reads and writes a caller's string of size bytes (0: up to its
+ * NUL), KorvIOStrReset starts it over. KorvIO_SB reads and writes a smart
+ * buffer, KorvIO_Nop forwards to another stream, KorvIO_Multiplex reads
+ * its members one after another (KorvIOMultiplexSet selects one: 1, or 0
+ * past the count). KorvMktemp gives a new temporary file's name (caller
+ * frees); KorvFOpen opens a FILE by a UTF-8 name. */
 KORV_API KorvIO *KorvIO_FD(uint32_t fd);
 KORV_API KorvIO *KorvIO_FP(FILE *fp);
 KORV_API KorvIO *KorvIO_HANDLE(KorvHandle handle);
@@ -865,6 +912,14 @@ struct KorvDirEntry {
     uint32_t isDirectory;
     char *name;                /* without its directory */
 };
+/* KorvGetExecutablePath: the folder of the running program (the library's
+ * string), or NULL. KorvMkDir makes a folder, and with make_parents the
+ * missing ones above it. KorvOpenDir and KorvNextDir walk a folder: each
+ * name is new (caller frees), NULL at the end; free the handle with its
+ * free entry. KorvListDir gives every entry at once. KorvCopyFile with
+ * overwrite 0 refuses an existing destination. KorvRealPath gives a new
+ * normalised path ("." and ".." resolved; made absolute on request), or
+ * NULL. */
 KORV_API const char *KorvGetExecutablePath(void);
 KORV_API uint32_t KorvMkDir(const char *path, uint32_t make_parents);
 KORV_API KorvDir *KorvOpenDir(const char *path);
@@ -880,6 +935,12 @@ KORV_API char *KorvRealPath(const char *path, uint32_t make_absolute, uint32_t l
 
 /* ======================================================================
  * [cm] CM documents
+ *
+ * CM is the structured text of headers, function descriptors and bundle
+ * registry files: <object> headers, [section] headers and "label: value"
+ * lines. A document is read into a tree of KorvCMNode, looked up by object,
+ * section and label (letter case ignored), changed, and written back.
+ * A tree belongs to its caller and is freed with KorvFreeUserCMData.
  * ====================================================================== */
 
 /* Token codes of the CM tokenizer (the ASCII value of a letter). */
@@ -960,6 +1021,11 @@ KORV_API KorvCMNode *KorvUserCMDupData(const KorvCMNode *node);
 
 /* ======================================================================
  * [modules] Function descriptors, info fields, module loader, libraries
+ *
+ * Processing functions live in bundles, shared libraries with three entry
+ * symbols named after the bundle, each function described by a descriptor
+ * document. The module loader opens bundles and finds functions by name;
+ * the library cache resolves "library!symbol" specifications.
  * ====================================================================== */
 
 /* -- function descriptors -- */
@@ -994,6 +1060,11 @@ struct KorvFuncDesc {
     char *documentation;
     char **categories;
 };
+/* A descriptor: KorvAllocFuncDesc gives a zeroed one with its entries set
+ * (synchronous 1, every interleave), or NULL. KorvReadFuncDesc fills it from
+ * a descriptor document: 1, or 0 for a NULL argument or a bad document.
+ * KorvCopyFuncDesc makes a deep copy; KorvFreeFuncDesc frees every string,
+ * array and the record. */
 KORV_API KorvFuncDesc *KorvAllocFuncDesc(void);
 KORV_API uint32_t KorvReadFuncDesc(KorvIO *io, KorvFuncDesc *desc);
 KORV_API KorvFuncDesc *KorvCopyFuncDesc(KorvFuncDesc *desc);
@@ -1019,6 +1090,16 @@ struct KorvInfoField {
     uint32_t size;
     uint64_t offset;
 };
+/* A field is written "name:countT" (count elements of type letter T).
+ * KorvParseInfoField splits one (a new name): 1, -1 without ':', 0 for a
+ * NULL argument. KorvParseInfoFields makes a list from a NULL-terminated
+ * array of texts, KorvParseInfoFieldsFromHdr from a header's parameters;
+ * KorvWriteInfoFieldsToHdr writes a list into a header. KorvAddInfoField
+ * and KorvFindInfoField give the field's index, or -1 (names compare
+ * without regard to case). KorvGetInfoFieldsTotal is the block's size. The
+ * typed getters and setters read and write element index of a field in a
+ * block: 1, -1 for the wrong type or an index out of range, 0 for NULL;
+ * KorvGetInfoFieldStr gives a new string. */
 KORV_API int32_t KorvParseInfoField(const char *text, char **name, char *type, uint32_t *count);
 KORV_API uint32_t KorvParseInfoFields(const char *const *texts, KorvInfoField ***list);
 KORV_API uint32_t KorvParseInfoFieldsFromHdr(KorvGenericHeader *header, KorvInfoField ***list);
@@ -1105,6 +1186,17 @@ struct KorvModAlias {
     char *target;
     KorvModAlias *next;
 };
+/* The basic module loader: bundles by library path, by path list
+ * ("a.so,b.so"), by registry file (a CM document whose [libraries] section
+ * lists "optional: path" or "required: path", and [aliases] "key: target"),
+ * or by functions of the caller. Create gives 1 and a loader with one
+ * reference (release it through its release entry), or 0. Adding a library:
+ * 1 added, 2 a bundle of that name is already there, -1 it cannot be opened
+ * or reports another major version than 5. AddPath: 1, 2 when one failed,
+ * -1 for NULL. AddRegistryFile: 1, 2 an optional bundle failed, -1 a
+ * required one, 0 unreadable. AddDefaults reads the registry file of that
+ * name found along searchPath, then the path list in the variable envName,
+ * and falls back to defaultPaths when no registry was found: 1, 0 or -1. */
 KORV_API uint32_t KorvBasicModLoaderCreate(KorvModLoader **loader);
 KORV_API uint32_t KorvBasicModLoaderAddLibrary(KorvModLoader *loader, const char *path);
 KORV_API uint32_t KorvBasicModLoaderAddFunctions(KorvModLoader *loader, const char *name,
@@ -1158,6 +1250,8 @@ typedef struct KorvConditional {
  * return 259, the platform's "still active" value, or it cannot be joined. */
 typedef uint32_t (*KorvThreadFunc)(void *arg);
 
+/* Re-entrant locks. Init: 1 with the lock stored, 0 for a null address.
+ * Enter and leave: always 1; a null lock is ignored. */
 KORV_API uint32_t KorvInitCriticalSection(KorvCriticalSection **cs);
 KORV_API uint32_t KorvFreeCriticalSection(KorvCriticalSection *cs);
 KORV_API uint32_t KorvEnterCriticalSection(KorvCriticalSection *cs);
@@ -1172,11 +1266,16 @@ KORV_API uint32_t KorvLockMutex(KorvMutex *m);
 KORV_API uint32_t KorvTryLockMutex(KorvMutex *m); /* 1, 2 held elsewhere, 0 */
 KORV_API uint32_t KorvUnlockMutex(KorvMutex *m);
 
+/* Semaphores count down on a wait and up on a post. Waits take a time-out
+ * in milliseconds (KORV_INFINITE: without limit) and give 1 acquired or
+ * signalled, 2 timed out, 0 failure; a null object gives 1. */
 KORV_API uint32_t KorvInitSemaphore(KorvSemaphore **s, uint32_t initial);
 KORV_API uint32_t KorvFreeSemaphore(KorvSemaphore *s);
 KORV_API uint32_t KorvTimedWaitSemaphore(KorvSemaphore *s, uint32_t ms);
 KORV_API uint32_t KorvPostSemaphore(KorvSemaphore *s);
 
+/* Events, manual- or auto-reset. Set and reset: 1, or 0 when the platform
+ * refused. */
 KORV_API uint32_t KorvInitEvent(KorvEvent **e, uint32_t manual_reset, uint32_t initial_state);
 KORV_API uint32_t KorvFreeEvent(KorvEvent *e);
 KORV_API uint32_t KorvSetEvent(KorvEvent *e);
@@ -1190,6 +1289,10 @@ KORV_API uint32_t KorvWaitSingleEvent(KorvEvent *e, uint32_t ms);
 KORV_API uint32_t KorvWaitMultipleEvent(KorvEvent **events, uint32_t count, uint32_t wait_all,
                                         uint32_t ms, uint32_t *index);
 
+/* Condition variables used with a KorvMutex held by the caller. A wait
+ * releases the mutex and takes it again before returning: 1 woken, 2
+ * timed out (the timed form), 0 failure; NULL arguments give 1. Signal
+ * wakes one waiter, broadcast every waiter of this moment. */
 KORV_API uint32_t KorvInitConditional(KorvConditional **c);
 KORV_API uint32_t KorvFreeConditional(KorvConditional *c);
 KORV_API uint32_t KorvSignalConditional(KorvConditional *c);
@@ -1197,11 +1300,18 @@ KORV_API uint32_t KorvBroadcastConditional(KorvConditional *c);
 KORV_API uint32_t KorvWaitConditional(KorvConditional *c, KorvMutex *m);
 KORV_API uint32_t KorvTimedWaitConditional(KorvConditional *c, KorvMutex *m, uint32_t ms);
 
+/* Thread-local slots: Alloc gives 1 with a new index, or 0 when the
+ * platform has none left; a slot holds one pointer per thread, NULL until
+ * set. */
 KORV_API uint32_t KorvTLSAlloc(uint32_t *index);
 KORV_API uint32_t KorvTLSFree(uint32_t index);
 KORV_API uint32_t KorvTLSSetValue(uint32_t index, void *value);
 KORV_API void *KorvTLSGetValue(uint32_t index);
 
+/* Threads. KorvCreateThread starts func(arg): 1, or 0 when the thread
+ * cannot start; with a NULL address the thread runs detached. KorvJoinThread
+ * waits for the end, stores the exit code and frees the handle: 1, or 0 when
+ * the code cannot be read. KorvExitThread ends the calling thread. */
 KORV_API uint32_t KorvCreateThread(KorvThread **thread, KorvThreadFunc func, void *arg);
 KORV_API KORV_NORETURN void KorvExitThread(uint32_t code);
 KORV_API uint32_t KorvJoinThread(KorvThread *thread, uint32_t *code);
@@ -1265,6 +1375,11 @@ KORV_API double KorvReadDouble(const char *text, const char **end);
 
 /* ======================================================================
  * [util] Strings, tokens, small heap, UTF-8, arrays, hashing, byte order
+ *
+ * Text is UTF-8 and NUL-terminated unless a length is given. New strings
+ * and arrays belong to the caller, freed with korv_internal_free (item
+ * arrays with KorvFreeArray or KorvFreeSmartArray), unless made in a small
+ * heap.
  * ====================================================================== */
 
 /* Item arrays: count pointers and a terminating NULL. */
@@ -1281,6 +1396,13 @@ typedef struct KorvMD5Context {
     uint32_t count[2]; /* bit count, low word first */
     unsigned char buffer[64];
 } KorvMD5Context;
+/* KorvHashBytes: a 16-bit checksum (0 for length 0); KorvHashString and
+ * KorvFNVHashBytes: 32-bit hashes. MD5: init, update with the bytes, final
+ * writes the 16-byte digest. The Swab functions reverse the bytes of 2-,
+ * 4- and 8-byte values in place, one or count of them. The Identify
+ * functions give the processor count and memory sizes in bytes (selector 0
+ * total physical, 1 available physical, 2 total virtual, 3 available
+ * virtual; others 0). */
 KORV_API uint16_t KorvHashBytes(const void *data, uint32_t length);
 KORV_API uint32_t KorvHashString(const char *text);
 KORV_API uint32_t KorvFNVHashBytes(const void *data, uint32_t length, uint32_t seed);
@@ -1359,6 +1481,11 @@ struct KorvSmallHeap {
 };
 #define KORV_SMALL_HEAP_BLOCK 65536u
 
+/* A small heap hands out pieces of its blocks and frees them all at once:
+ * Release empties it for reuse, Free frees it and the handle. Everything
+ * handed out dies with the next release or free. A NULL heap in the
+ * allocation and copy functions means the general allocator. Init gives
+ * NULL when out of memory. */
 KORV_API KorvSmallHeap *KorvSmallHeapInit(void);
 KORV_API void KorvSmallHeapRelease(KorvSmallHeap *heap);
 KORV_API void KorvSmallHeapFree(KorvSmallHeap *heap);

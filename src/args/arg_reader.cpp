@@ -17,6 +17,14 @@ bool Reader::open_group()
 {
     if (!next_group(types_, group_))
         return false;
+    // A NULL where a scalar's word belongs is the end of the entry: the
+    // qualifier names more values than the words hold (value text with a
+    // literal after a macro reference makes such entries), and the rest
+    // reads as used up rather than through a null pointer.
+    if (!group_.array && *words_ == KORV_ARG_NULL) {
+        types_ = "";
+        return false;
+    }
     types_ += group_.length;
     in_group_ = true;
     index_ = 0;

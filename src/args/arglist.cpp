@@ -75,8 +75,25 @@ size_t name_length(const char *name)
     return n;
 }
 
+namespace {
+
+void report_missing_null(const char *name)
+{
+    KorvDebug("The argument '%s' is missing it's terminating NULL. This does not include the "
+              "terminating NULL for variable arrays.\n",
+              name);
+}
+
+} // namespace
+
 bool walk_entry(const KorvArgWord *list, size_t at, size_t *next, int32_t *values)
 {
+    if (!can_be_pointer(list[at])) {
+        // Only the list's first word can get here: later ones are checked
+        // as the word after the entry before them.
+        report_missing_null("");
+        return false;
+    }
     const char *name = reinterpret_cast<const char *>(list[at]);
     const char *types = qualifier(name);
     if (!types) {
@@ -84,7 +101,7 @@ bool walk_entry(const KorvArgWord *list, size_t at, size_t *next, int32_t *value
         return false;
     }
     size_t pos = at + 1;
-    int32_t count = 0;
+    int64_t count = 0;
     Group g;
     for (; next_group(types, g); types += g.length) {
         if (!g.array) {
@@ -93,8 +110,14 @@ bool walk_entry(const KorvArgWord *list, size_t at, size_t *next, int32_t *value
             pos++;
             count += element_values(g);
         } else if (list[pos] == KORV_ARG_FIXED) {
-            const auto *n = reinterpret_cast<const int32_t *>(list[pos + 1]);
-            count += (n ? *n : 0) * element_values(g);
+            // The count and the elements are pointers; a fixed array cut
+            // short by the end marker, or without a count, is no array.
+            if (!can_be_pointer(list[pos + 1]) || list[pos + 2] == KORV_ARG_END) {
+                report_missing_null(name);
+                return false;
+            }
+            int32_t n = *reinterpret_cast<const int32_t *>(list[pos + 1]);
+            count += (n > 0 ? n : 0) * element_values(g);
             pos += 3;
         } else {
             for (; list[pos] != KORV_ARG_NULL; pos++) {
@@ -110,14 +133,18 @@ bool walk_entry(const KorvArgWord *list, size_t at, size_t *next, int32_t *value
         }
     }
     if (list[pos] != KORV_ARG_NULL) {
-        KorvDebug("The argument '%s' is missing it's terminating NULL. This does not include the "
-                  "terminating NULL for variable arrays.\n",
-                  name);
+        report_missing_null(name);
+        return false;
+    }
+    // What follows must start an entry or end the list; anything else means
+    // this entry holds words its type letters do not cover.
+    if (list[pos + 1] != KORV_ARG_END && !can_be_pointer(list[pos + 1])) {
+        report_missing_null(name);
         return false;
     }
     *next = pos + 1;
     if (values)
-        *values = count;
+        *values = count > INT32_MAX ? INT32_MAX : (int32_t)count;
     return true;
 }
 

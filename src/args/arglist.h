@@ -49,16 +49,30 @@ const char *qualifier(const char *name);
 // Length of the name part, before the colon (the whole text without one).
 size_t name_length(const char *name);
 
+// Whether a word can point to a name text (or any other text or value the
+// list points to): not a reserved word, and not inside the first page of
+// the address space, which no system maps. A value word taken for a name
+// because an entry's type letters do not cover its words is caught here
+// when it is a small number.
+inline bool can_be_pointer(KorvArgWord word)
+{
+    return word >= 4096;
+}
+
 // Walks the entry whose name word is list[at]. On success stores the index
 // after the entry's NULL word in *next and the number of values the entry
-// holds in *values (if not null), and returns true. A name without a colon
-// or a missing NULL word is reported through the debug channel and gives
-// false.
+// holds in *values (if not null), and returns true. A name without a colon,
+// a missing NULL word or a fixed array whose words run into the end marker
+// or hold no count is reported through the debug channel and gives false.
+// The word after the entry must be able to start the next entry (a name or
+// the end marker): otherwise the entry's words were not what its type
+// letters say, and the walk fails rather than read a value as a name.
 bool walk_entry(const KorvArgWord *list, size_t at, size_t *next, int32_t *values);
 
 // Looks up an argument by its name part (same length, without regard to
 // case). Returns 1 found (index of its name word in *at, its value count in
-// *values), 2 absent, 0 for a malformed list.
+// *values), 2 absent, 0 for a malformed list (every entry up to the one
+// found, and that one, must walk).
 int find_entry(const KorvArgWord *list, const char *name, size_t name_len, size_t *at,
                int32_t *values);
 

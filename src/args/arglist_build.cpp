@@ -76,6 +76,33 @@ extern "C" KORV_API uint32_t KorvSafeAppendArgs(KorvArgWord **list, ...)
     return r;
 }
 
+// Whether every entry, as the removal delimits them, starts with a word
+// that can be a name. An entry whose type letters do not cover its words
+// (value text with a literal after a reference makes one) puts a value
+// word where the next name should be; such a list is left alone rather
+// than compared and compacted from a value.
+static bool names_walk(const KorvArgWord *list)
+{
+    const char *previous = "";
+    bool at_name = true;
+    for (size_t r = 0; list[r] != KORV_ARG_END; r++) {
+        KorvArgWord word = list[r];
+        if (at_name) {
+            if (!korv::args::can_be_pointer(word)) {
+                KorvDebug("The argument '%s' is missing it's terminating NULL. This does not "
+                          "include the terminating NULL for variable arrays.\n",
+                          previous);
+                return false;
+            }
+            previous = reinterpret_cast<const char *>(word);
+            at_name = false;
+        } else if (word == KORV_ARG_NULL && list[r + 1] != KORV_ARG_NULL) {
+            at_name = true;
+        }
+    }
+    return true;
+}
+
 // One pass per given name text, with a read and a write position. An entry
 // runs from its name word to its first NULL word and the NULL words right
 // after it, so value words are taken to be non-NULL.
@@ -122,7 +149,7 @@ extern "C" KORV_API uint32_t KorvRemoveArgs(KorvArgWord *list, ...)
         KorvArgWord name = va_arg(args, KorvArgWord);
         if (name == KORV_ARG_END)
             break;
-        if (list)
+        if (list && names_walk(list))
             remove_entries(list, reinterpret_cast<const char *>(name));
     }
     va_end(args);

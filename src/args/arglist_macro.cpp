@@ -135,17 +135,15 @@ int resolve(Appender &a, const KorvArgWord *macros, const Reference &ref)
     for (;;) {
         if (macros[at] == KORV_ARG_END)
             return 2;
-        name = reinterpret_cast<const char *>(macros[at]);
-        if (!qualifier(name)) {
-            KorvDebug("Argument '%s' in list missing the colon type qualifier.\n", name);
-            return 0;
-        }
-        // A reference whose name merely begins with the entry's name matches.
-        if (KorvStrNCaseCmp(name, ref.name, name_length(name)) == 0)
-            break;
+        // The entry must walk, the one that matches included: its words are
+        // copied and its fixed-array counts read below.
         size_t next;
         if (!walk_entry(macros, at, &next, nullptr))
             return 0;
+        name = reinterpret_cast<const char *>(macros[at]);
+        // A reference whose name merely begins with the entry's name matches.
+        if (KorvStrNCaseCmp(name, ref.name, name_length(name)) == 0)
+            break;
         at = next;
     }
     if (macros[at + 1] == KORV_ARG_END)

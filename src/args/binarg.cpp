@@ -232,13 +232,26 @@ extern "C" KORV_API int32_t KorvBinArgFromArgs(const KorvArgWord *list, KorvBinA
     return (int32_t)n;
 }
 
+// Elements a descriptor unpacks: none for a negative count or no data.
+static int32_t element_count(const KorvBinArgDesc &d)
+{
+    return d.count > 0 && d.data ? d.count : 0;
+}
+
 extern "C" KORV_API KorvArgWord *KorvBinArgToArgs(int32_t n, const KorvBinArgDesc *table,
                                                   int32_t extra)
 {
-    int64_t size = (int64_t)extra + 1;
+    // The list is sized as it is written: a negative count unpacks to no
+    // values, and a descriptor without data has none either. A negative
+    // extra may take back room the caller asked for, never room the
+    // entries need.
+    if (n > 0 && !table)
+        return nullptr;
+    int64_t entries = 1;
     for (int32_t k = 0; k < n; k++)
-        size += (int64_t)table[k].count + 3;
-    if (size < 1 || (uint64_t)size > SIZE_MAX / sizeof(KorvArgWord))
+        entries += (int64_t)element_count(table[k]) + 3;
+    int64_t size = entries + extra;
+    if (size < 1 || size < entries || (uint64_t)size > SIZE_MAX / sizeof(KorvArgWord))
         return nullptr;
     auto *list = static_cast<KorvArgWord *>(korv_internal_malloc((size_t)size * sizeof(KorvArgWord)));
     if (!list)
@@ -250,12 +263,14 @@ extern "C" KORV_API KorvArgWord *KorvBinArgToArgs(int32_t n, const KorvBinArgDes
         bool array = types && types[0] == '#';
         const char *letter = types ? types + (array ? 1 : 0) : nullptr;
         bool window = letter && (*letter == 'w' || *letter == 'W');
-        int32_t count = d.count > 0 ? d.count : 0;
+        int32_t count = element_count(d);
         const auto *data = static_cast<const unsigned char *>(d.data);
         if (d.kind == Boolean && types && !*types) {
-            // A flag: present with no values, or left out when it is 0.
-            int32_t on;
-            memcpy(&on, data, 4);
+            // A flag: present with no values, or left out when it is 0 or
+            // has no element at all.
+            int32_t on = 0;
+            if (count > 0)
+                memcpy(&on, data, 4);
             if (on == 0)
                 continue;
             list[w++] = reinterpret_cast<KorvArgWord>(d.name);

@@ -3,20 +3,19 @@
  * duplication of CM trees.
  */
 #include "cm/cm_private.h"
+#include "util/ascii.h"
 
 #include <string.h>
 
 namespace kvcm {
 
-static inline unsigned char fold(unsigned char c)
-{
-    return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + 32) : c;
-}
-
+// Through the library's one case table, so that a name found here is the
+// name the string routines call equal.
 bool ci_equal(const char *a, const char *b, size_t n)
 {
     for (size_t i = 0; i < n; i++)
-        if (fold(static_cast<unsigned char>(a[i])) != fold(static_cast<unsigned char>(b[i])))
+        if (korv::ascii::lower(static_cast<unsigned char>(a[i]))
+            != korv::ascii::lower(static_cast<unsigned char>(b[i])))
             return false;
     return true;
 }

@@ -3,6 +3,10 @@
 #include <kvsup.h>
 #include "core/engine_internal.h"
 
+// The static library's users link this file in by this name (nothing else
+// refers to it): see the static target's link options.
+extern "C" const int korv_load_hook = 1;
+
 __attribute__((constructor)) static void korv_load(void)
 {
     korv_engine_attach();

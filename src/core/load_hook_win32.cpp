@@ -4,6 +4,10 @@
 #include <kvsup.h>
 #include "core/engine_internal.h"
 
+// The static library's users link this file in by this name (nothing else
+// refers to it): see the static target's link options.
+extern "C" const int korv_load_hook = 1;
+
 #ifndef KORV_STATIC
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved)
 {

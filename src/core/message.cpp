@@ -11,6 +11,7 @@
 #include <string.h>
 #include <kvsup.h>
 #include "core/format.h"
+#include "core/logfile.h"
 #include "core/message.h"
 
 namespace {
@@ -71,7 +72,7 @@ void write_message(MessageKind kind, const char *format, va_list args)
         fputs(text, kind == MessageKind::output ? stdout : stderr);
 
     if (logfile) {
-        if (FILE *file = fopen(logfile, "a")) {
+        if (FILE *file = korv::log_file_open(logfile)) {
             fputs(text, file);
             fclose(file);
         }

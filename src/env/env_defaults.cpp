@@ -9,16 +9,6 @@ namespace korv {
 
 namespace {
 
-#if defined(_WIN32)
-#define KV_DEFAULT_OS "nt"
-#define KV_DEFAULT_TEMP "c://temp"
-#define KV_DEFAULT_DATA_PATH ".,${HOME},${HOME}\\data,${HOME}\\.kvdata,${QRN_RELEASE}\\data"
-#else
-#define KV_DEFAULT_OS "linux"
-#define KV_DEFAULT_TEMP "/tmp"
-#define KV_DEFAULT_DATA_PATH ".,${HOME},${HOME}/data,${HOME}/.kvdata,${QRN_RELEASE}/data"
-#endif
-
 // The build's top directory is the folder that holds src/ of this source
 // file; its release directory is "release" under it.
 constexpr std::string_view kThisFile = __FILE__;
@@ -64,13 +54,13 @@ struct Default {
 constexpr Default kDefaults[] = {
     {"QRNTOP", kBuild.top},
     {"QRN_RELEASE", kBuild.release},
-    {"QRN_OS", KV_DEFAULT_OS},
-    {"QRN_DATA_PATH", KV_DEFAULT_DATA_PATH},
+    {"QRN_OS", kOsDefaultName},
+    {"QRN_DATA_PATH", kOsDefaultDataPath},
     {"KVTOP", kBuild.top},
     {"KV_RELEASE", kBuild.release},
-    {"KV_OS", KV_DEFAULT_OS},
-    {"KV_DATA_PATH", KV_DEFAULT_DATA_PATH},
-    {"KORV_TEMP", KV_DEFAULT_TEMP},
+    {"KV_OS", kOsDefaultName},
+    {"KV_DATA_PATH", kOsDefaultDataPath},
+    {"KORV_TEMP", kOsDefaultTemp},
     {"KV_ROTATE_BUFFERSIZE", "4096"},
     {"KV_CHUNKBUFFER_CAP", "0.01"},
     {"KORV_MEMORY_MAX", "15360"},

@@ -9,11 +9,8 @@
 
 namespace korv {
 
-#if defined(_WIN32)
-inline constexpr char kPathSep = '\\';
-#else
-inline constexpr char kPathSep = '/';
-#endif
+/* The system's path separator, as the public header states it. */
+inline constexpr char kPathSep = KORV_PATH_SEP;
 
 inline constexpr uint32_t kEnvLockKey = KORV_KEY('E', 'N', 'V', 'V');
 inline constexpr uint32_t kSharedLockKey = KORV_KEY('S', 'H', 'R', 'D');

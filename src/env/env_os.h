@@ -10,6 +10,13 @@
 
 namespace korv {
 
+/* The platform's compiled-in values of the system name (KV_OS), the
+ * temporary-directory list (KORV_TEMP) and the data search path
+ * (KV_DATA_PATH). */
+extern const char kOsDefaultName[];
+extern const char kOsDefaultTemp[];
+extern const char kOsDefaultDataPath[];
+
 /* The process environment's value of name as a new string, or null when it
  * is not set (or the name or value cannot be converted). */
 char *env_os_read(const char *name);

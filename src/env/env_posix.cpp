@@ -9,6 +9,10 @@
 
 namespace korv {
 
+const char kOsDefaultName[] = "linux";
+const char kOsDefaultTemp[] = "/tmp";
+const char kOsDefaultDataPath[] = ".,${HOME},${HOME}/data,${HOME}/.kvdata,${QRN_RELEASE}/data";
+
 char *env_os_read(const char *name)
 {
     const char *value = getenv(name);

@@ -6,6 +6,11 @@
 
 namespace korv {
 
+const char kOsDefaultName[] = "nt";
+const char kOsDefaultTemp[] = "c://temp";
+const char kOsDefaultDataPath[] =
+    ".,${HOME},${HOME}\\data,${HOME}\\.kvdata,${QRN_RELEASE}\\data";
+
 namespace {
 
 // Converts a UTF-16 result into buffer; false when it cannot be converted or

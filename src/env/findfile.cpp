@@ -6,6 +6,7 @@
 #include "core/trace.h"
 #include "env/env_internal.h"
 #include "env/fs_os.h"
+#include "env/env_setting.h"
 
 using namespace korv;
 
@@ -111,11 +112,8 @@ extern "C" KORV_API char *KorvFindFile(const char *name, const char *extension, 
         return nullptr;
     if (is_absolute(name))
         return copy_with_separators(name);
-    if (!path)
-        path = KorvGetenv("KV_DATA_PATH");
-    if (!path)
-        return nullptr;
-    char *list = KorvStrDup(path);
+    // The search works on its own copy: a setting may change meanwhile.
+    char *list = path ? KorvStrDup(path) : env_copy("KV_DATA_PATH");
     if (!list)
         return nullptr;
 

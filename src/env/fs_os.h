@@ -5,6 +5,7 @@
 #ifndef KVSUP_ENV_FS_OS_H
 #define KVSUP_ENV_FS_OS_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 namespace korv {
@@ -39,6 +40,14 @@ uint32_t fs_os_copy(const char *destination, const char *source, uint32_t overwr
 
 /* Whether the system can take path as a name. */
 bool fs_os_name_ok(const char *path);
+
+/* Length of the root that starts path: a lower-case drive "x:\" on
+ * Windows, a leading '/' on POSIX; 0 when path does not start with one. */
+size_t fs_os_root_length(const char *path);
+
+/* Turns, in place, every separator the system accepts into the library's
+ * own (on Windows '/' becomes '\'; POSIX has only '/'). */
+void fs_os_unify_separators(char *path);
 
 /* The absolute form of path, and its long-name form; new strings or null. */
 char *fs_os_full_path(const char *path);

@@ -230,4 +230,17 @@ char *fs_os_long_path(const char *path)
     return narrow(full);
 }
 
+size_t fs_os_root_length(const char *path)
+{
+    return path[0] >= 'a' && path[0] <= 'z' && path[1] == ':' && path[2] == '\\' ? 3 : 0;
+}
+
+void fs_os_unify_separators(char *path)
+{
+    for (; *path; path++) {
+        if (*path == '/')
+            *path = '\\';
+    }
+}
+
 } // namespace korv

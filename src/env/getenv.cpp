@@ -8,6 +8,7 @@
 #include "core/trace.h"
 #include "env/env_internal.h"
 #include "env/env_os.h"
+#include "env/env_setting.h"
 
 namespace korv {
 
@@ -218,3 +219,24 @@ extern "C" KORV_API void KorvSetenv(const char *name, const char *value)
     korv_internal_free(var->value);
     var->value = copy;
 }
+
+namespace korv {
+
+EnvSetting::EnvSetting(const char *name)
+{
+    KorvaneLock(kEnvLockKey);
+    value_ = KorvGetenv(name);
+}
+
+EnvSetting::~EnvSetting()
+{
+    KorvaneUnlock(kEnvLockKey);
+}
+
+char *env_copy(const char *name)
+{
+    EnvSetting setting(name);
+    return setting.value() ? KorvStrDup(setting.value()) : nullptr;
+}
+
+} // namespace korv

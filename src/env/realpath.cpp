@@ -12,26 +12,17 @@ namespace {
 constexpr char S = kPathSep;
 
 // Length of the root at the start of p (kept as it is), and whether a ".."
-// right after it is an error. Windows: two separators (a network path, not
-// a root: its server is an ordinary component) or a lower-case drive
-// "x:\"; POSIX: a leading '/'.
+// right after it is an error. Two separators start a network path, not a
+// root: its server is an ordinary component. Otherwise the system says
+// what a root is (a lower-case drive "x:\" or a leading '/').
 size_t root_length(const char *p, bool *is_root)
 {
     *is_root = false;
     if (p[0] == S && p[1] == S)
         return 2;
-#if defined(_WIN32)
-    if (p[0] >= 'a' && p[0] <= 'z' && p[1] == ':' && p[2] == S) {
-        *is_root = true;
-        return 3;
-    }
-#else
-    if (p[0] == S) {
-        *is_root = true;
-        return 1;
-    }
-#endif
-    return 0;
+    size_t n = fs_os_root_length(p);
+    *is_root = n != 0;
+    return n;
 }
 
 bool is_dots(const char *c, size_t n)
@@ -99,24 +90,23 @@ extern "C" KORV_API char *KorvRealPath(const char *path, uint32_t make_absolute,
     char *work = make_absolute ? fs_os_full_path(path) : KorvStrDup(path);
     if (!work)
         return nullptr;
-#if defined(_WIN32)
-    for (char *q = work; *q; q++) {
-        if (*q == '/')
-            *q = '\\';
-    }
-#endif
+    fs_os_unify_separators(work);
     if (!normalise(work)) {
         korv_internal_free(work);
         return nullptr;
+    }
+    // A path that normalises to nothing is the current directory, with or
+    // without long names (the system's long-name call refuses an empty name).
+    if (!work[0]) {
+        korv_internal_free(work);
+        work = KorvStrDup(".");
+        if (!work)
+            return nullptr;
     }
     if (long_names) {
         char *expanded = fs_os_long_path(work);
         korv_internal_free(work);
         return expanded;
-    }
-    if (!work[0]) {
-        korv_internal_free(work);
-        return KorvStrDup(".");
     }
     return work;
 }

@@ -5,7 +5,7 @@
  * that ends it. Numbers are read and written without regard to any locale.
  */
 #include "header/fmt_entries.h"
-#include "io/scan_fields.h"
+#include "format/scan_fields.h"
 
 #include <string.h>
 

@@ -11,7 +11,8 @@ namespace korv::hdr {
 
 namespace {
 
-int32_t clamp_int(uint32_t v) { return static_cast<int32_t>(v); }
+// Numbers are written as signed text; the bits of large values survive.
+int32_t as_int(uint32_t v) { return static_cast<int32_t>(v); }
 
 // Reads up to max integers of one parameter into out; the number read.
 uint32_t get_uints(KorvCMNode *tree, const char *section, const char *name, uint32_t *out,
@@ -33,7 +34,7 @@ KorvCMNode *set_uints(KorvCMNode *tree, const char *section, const char *name,
 {
     int32_t v[KORV_MAX_SEPARATIONS];
     for (uint32_t i = 0; i < count; i++)
-        v[i] = clamp_int(values[i]);
+        v[i] = as_int(values[i]);
     return KVHdrSetHeaderInts(tree, section, name, v, count, count);
 }
 

@@ -54,14 +54,7 @@ int32_t fp_flush_slot(KorvIO *io) { return fflush(fpio(io)->fp); }
 int64_t fp_seek_slot(KorvIO *io, int64_t offset, uint32_t whence) {
     if (!fpio(io)->seekable || whence > 2) return -1;
     static const int origin[] = {SEEK_SET, SEEK_CUR, SEEK_END};
-    FILE *fp = fpio(io)->fp;
-#ifdef _WIN32
-    if (_fseeki64(fp, offset, origin[whence]) != 0) return -1;
-    return _ftelli64(fp);
-#else
-    if (fseeko(fp, offset, origin[whence]) != 0) return -1;
-    return ftello(fp);
-#endif
+    return fp_seek(fpio(io)->fp, offset, origin[whence]);
 }
 void fp_set_owned_slot(KorvIO *io, uint32_t owned) { fpio(io)->owned = owned; }
 

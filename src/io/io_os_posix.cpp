@@ -46,6 +46,13 @@ bool fd_is_regular(int32_t fd) {
 
 void fd_set_binary(int32_t) {}
 
+int64_t fp_seek(FILE *fp, int64_t offset, int origin) {
+    if (::fseeko(fp, offset, origin) != 0) return -1;
+    return ::ftello(fp);
+}
+
+const char kTempFallbackDir[] = "/tmp";
+
 uint64_t handle_read(KorvHandle h, void *dst, uint64_t count) {
     int64_t r = fd_read(fd_of(h), dst, count);
     return r < 0 ? 0 : static_cast<uint64_t>(r);
@@ -105,32 +112,29 @@ bool dir_usable(const char *dir) {
     return ::access(dir, W_OK) == 0;
 }
 
-char *unique_temp_name(const char *dir) {
+const char kHintSeparator = '/';
+
+// mkostemp makes the name and the file in one exclusive step with mode
+// 0600; the descriptor it gives is the only way the library reaches the
+// file, so a name replaced in a shared directory is never followed.
+char *create_temp_file(const char *dir, TempLife life, KorvHandle *out) {
     size_t len = strlen(dir);
     auto *tmpl = static_cast<char *>(korv_internal_malloc(len + sizeof "/_korvXXXXXX"));
     if (!tmpl) return nullptr;
     memcpy(tmpl, dir, len);
     memcpy(tmpl + len, "/_korvXXXXXX", sizeof "/_korvXXXXXX");
-    int fd = ::mkstemp(tmpl);
+    int fd;
+    do fd = ::mkostemp(tmpl, O_CLOEXEC);
+    while (fd < 0 && errno == EINTR);
     if (fd < 0) {
+        KorvDebug("CreateFileW failed with code %d for file %s\n", errno, tmpl);
         korv_internal_free(tmpl);
         return nullptr;
     }
-    ::close(fd);
-    return tmpl;
-}
-
-bool open_temp(const char *name, KorvHandle *out) {
-    int fd = ::open(name, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (fd < 0) {
-        KorvDebug("CreateFileW failed with code %d for file %s\n", errno, name);
-        ::unlink(name);
-        return false;
-    }
     // Nothing names the file once it is open: it goes when it is closed.
-    ::unlink(name);
+    if (life == kTempUnnamed) ::unlink(tmpl);
     *out = handle_of(fd);
-    return true;
+    return tmpl;
 }
 
 

@@ -79,6 +79,13 @@ bool fd_is_regular(int32_t fd) {
 
 void fd_set_binary(int32_t fd) { _setmode(fd, _O_BINARY); }
 
+int64_t fp_seek(FILE *fp, int64_t offset, int origin) {
+    if (_fseeki64(fp, offset, origin) != 0) return -1;
+    return _ftelli64(fp);
+}
+
+const char kTempFallbackDir[] = "c:\\temp";
+
 uint64_t handle_read(KorvHandle h, void *dst, uint64_t count) {
     DWORD got = 0;
     if (!ReadFile(win(h), dst, static_cast<DWORD>(count < kMaxPass ? count : kMaxPass), &got, nullptr))
@@ -149,31 +156,48 @@ bool dir_usable(const char *dir) {
     return !(attr & FILE_ATTRIBUTE_READONLY);
 }
 
-char *unique_temp_name(const char *dir) {
+const char kHintSeparator = '\\';
+
+// The system's temporary-name call only makes a name when given a number;
+// the file is then made with CREATE_NEW, which fails on an existing name,
+// and the next number is tried. The handle made here is the only way the
+// library reaches the file: a name replaced meanwhile is never followed.
+char *create_temp_file(const char *dir, TempLife life, KorvHandle *out) {
     wchar_t *w = wide(dir);
     if (!w) return nullptr;
+    DWORD attributes = FILE_ATTRIBUTE_TEMPORARY;
+    if (life != kTempKept) attributes |= FILE_FLAG_DELETE_ON_CLOSE;
+    UINT start = (GetTickCount() ^ (GetCurrentProcessId() << 4)) & 0xffff;
     wchar_t buf[MAX_PATH + 1];
-    UINT n = GetTempFileNameW(w, L"_korv", 0, buf);
-    korv_internal_free(w);
-    if (n == 0) return nullptr;
-    return KorvUTF8ConvertFromUTF16(reinterpret_cast<const uint16_t *>(buf));
-}
-
-bool open_temp(const char *name, KorvHandle *out) {
-    wchar_t *w = wide(name);
     HANDLE h = INVALID_HANDLE_VALUE;
-    if (w) {
+    DWORD code = 0;
+    for (UINT k = 0; k < 0x10000; k++) {
+        UINT unique = (start + k) & 0xffff;
+        if (unique == 0) continue; // 0 would make the system create the file itself
+        if (GetTempFileNameW(w, L"_korv", unique, buf) == 0) {
+            code = GetLastError();
+            break;
+        }
         SECURITY_ATTRIBUTES sa = not_inherited();
-        h = CreateFileW(w, GENERIC_READ | GENERIC_WRITE, 0, &sa, CREATE_ALWAYS,
-                        FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
-        korv_internal_free(w);
+        h = CreateFileW(buf, GENERIC_READ | GENERIC_WRITE, 0, &sa, CREATE_NEW, attributes,
+                        nullptr);
+        if (h != INVALID_HANDLE_VALUE) break;
+        code = GetLastError();
+        if (code != ERROR_FILE_EXISTS && code != ERROR_ALREADY_EXISTS) break;
     }
+    korv_internal_free(w);
     if (h == INVALID_HANDLE_VALUE) {
-        KorvDebug("CreateFileW failed with code %d for file %s\n", static_cast<int>(GetLastError()), name);
-        return false;
+        KorvDebug("CreateFileW failed with code %d for file %s\n", static_cast<int>(code), dir);
+        return nullptr;
+    }
+    char *name = KorvUTF8ConvertFromUTF16(reinterpret_cast<const uint16_t *>(buf));
+    if (!name) {
+        CloseHandle(h);
+        if (life == kTempKept) DeleteFileW(buf);
+        return nullptr;
     }
     *out = h;
-    return true;
+    return name;
 }
 
 

@@ -36,6 +36,8 @@ int64_t fd_seek(int32_t fd, int64_t offset, uint32_t whence);
 void fd_close(int32_t fd);
 bool fd_is_regular(int32_t fd);
 void fd_set_binary(int32_t fd);
+// Moves a C stream with 64-bit offsets; the new position, or -1.
+int64_t fp_seek(FILE *fp, int64_t offset, int origin);
 
 // Handles: a failing call reads and writes as 0.
 uint64_t handle_read(KorvHandle h, void *dst, uint64_t count);
@@ -50,14 +52,34 @@ enum : uint32_t { kDispNone = 0, kOpenExisting, kCreateAlways, kOpenAlways };
 // Opens a file; false (after the debug message) when the system refuses.
 bool open_file(const char *name, uint32_t access, uint32_t disposition, KorvHandle *out);
 
+// The directory for temporary files when KORV_TEMP names none, and the
+// separator whose last occurrence ends the directory part of a hint.
+extern const char kTempFallbackDir[];
+extern const char kHintSeparator;
 // Free space of a directory in units of 1024 bytes (0 when unknown).
 uint64_t free_space_kib(const char *dir);
 // 1 usable, 0 not (messages already written).
 bool dir_usable(const char *dir);
-// Creates a new unique file with the "_korv" prefix in dir; new string or null.
-char *unique_temp_name(const char *dir);
-// Opens a new temporary file that disappears when closed.
-bool open_temp(const char *name, KorvHandle *out);
+// How long a temporary file's name lives:
+//   kTempKept     the file stays after its handle is closed;
+//   kTempSpill    the name stays while the handle is open; on Windows the
+//                 file goes when the handle is closed, on POSIX its owner
+//                 removes the name (smart-buffer spill files);
+//   kTempUnnamed  the file goes when the handle is closed, and on POSIX
+//                 its name is removed at once (temporary streams).
+enum TempLife { kTempKept, kTempSpill, kTempUnnamed };
+
+// Creates a new file with the "_korv" prefix and a name no other file has
+// in dir, exclusively, readable and writable by its owner only, and keeps
+// it open for reading and writing: *out is the handle, which the caller
+// reads, writes and closes; the file is never opened again by its name.
+// Returns the new name, or null (nothing made).
+char *create_temp_file(const char *dir, TempLife life, KorvHandle *out);
+
+// The directory chosen for a temporary file (io_temp.cpp) and a new file
+// there, as create_temp_file; null, after the messages, when neither that
+// directory nor "." can take one.
+char *new_temp_file(const char *hint, TempLife life, KorvHandle *out);
 
 } // namespace korv::io
 

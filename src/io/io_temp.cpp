@@ -1,5 +1,6 @@
 // Temporary files: the directory is the hint's, else the roomiest entry of
-// KORV_TEMP, else the system's; "." stands in for an unusable one.
+// KORV_TEMP, else the system's; "." stands in for an unusable one. Each
+// file is made exclusively and kept open by the handle that made it.
 #include "io_private.h"
 
 #include <string.h>
@@ -8,16 +9,12 @@ using namespace korv::io;
 
 namespace {
 
-#ifdef _WIN32
-constexpr const char *kFallbackDir = "c:\\temp";
-#else
-constexpr const char *kFallbackDir = "/tmp";
-#endif
-
-// New string: the directory for a new temporary file, or null.
+// New string: the directory for a new temporary file, or null. A hint
+// names its directory by the part before its last path separator; a hint
+// whose only separator is its first character names the root.
 char *pick_directory(const char *hint) {
-    const char *sep = hint ? strrchr(hint, '\\') : nullptr;
-    if (sep) return KorvStrNDup(hint, static_cast<size_t>(sep - hint));
+    const char *sep = hint ? strrchr(hint, kHintSeparator) : nullptr;
+    if (sep) return KorvStrNDup(hint, sep == hint ? 1 : static_cast<size_t>(sep - hint));
     char *best = nullptr;
     uint64_t best_space = 0;
     const char *list = KorvGetenv("KORV_TEMP");
@@ -43,17 +40,21 @@ char *pick_directory(const char *hint) {
             p = end + 1;
         }
     }
-    return best ? best : KorvStrDup(kFallbackDir);
+    return best ? best : KorvStrDup(kTempFallbackDir);
 }
 
-char *new_temp_name(const char *hint) {
+} // namespace
+
+namespace korv::io {
+
+char *new_temp_file(const char *hint, TempLife life, KorvHandle *out) {
     char *dir = pick_directory(hint);
     if (!dir) return nullptr;
     char *name = nullptr;
     if (dir_usable(dir)) {
-        name = unique_temp_name(dir);
+        name = create_temp_file(dir, life, out);
     } else if (dir_usable(".")) {
-        name = unique_temp_name(".");
+        name = create_temp_file(".", life, out);
     } else {
         KorvError("Error: Attempt to create a temporary file failed.Set your enviroment so that "
                   "temp files are created in a directory with read/write permissions.");
@@ -62,23 +63,24 @@ char *new_temp_name(const char *hint) {
     return name;
 }
 
-} // namespace
+} // namespace korv::io
 
 extern "C" {
 
+// The file is made and closed at once: the caller gets only its name.
 KORV_API char *KorvMktemp(const char *hint) {
-    char *name = new_temp_name(hint);
+    KorvHandle h;
+    char *name = new_temp_file(hint, kTempKept, &h);
+    if (name) handle_close(h);
     KorvDebug("temp file <%s>\n", name ? name : "NULL");
     return name;
 }
 
 KORV_API KorvIO *KorvIO_Mktemp(const char *hint) {
-    char *name = new_temp_name(hint);
-    if (!name) return nullptr;
     KorvHandle h;
-    bool ok = open_temp(name, &h);
+    char *name = new_temp_file(hint, kTempUnnamed, &h);
+    if (!name) return nullptr;
     korv_internal_free(name);
-    if (!ok) return nullptr;
     KorvIO *io = KorvIO_HANDLE(h);
     if (!io) {
         handle_close(h);

@@ -1,6 +1,7 @@
 // The smart buffer: bytes appended at the tail, consumed from the head.
 #include "io_private.h"
 #include "smart_buffer.h"
+#include "env/env_setting.h"
 
 #include <string.h>
 
@@ -9,9 +10,11 @@ using namespace korv::io;
 namespace {
 
 // A plain decimal reader for the limits: optional blanks, then digits that
-// fit in 32 bits; anything else does not parse.
+// fit in 32 bits; anything else does not parse. The value is parsed under
+// the environment lock, as another thread may replace it.
 bool read_limit(const char *name, uint64_t *out) {
-    const char *s = KorvGetenv(name);
+    korv::EnvSetting setting(name);
+    const char *s = setting.value();
     if (!s) return false;
     while (*s == ' ' || *s == '\t') ++s;
     if (*s == '+') ++s;
@@ -61,30 +64,34 @@ uint64_t append_memory(KorvSmartBuffer *sb, const char *bytes, uint64_t count) {
     return stored;
 }
 
-// Writes up to `count` bytes into the segment's file (mode "a+b" or "w+b").
-// Returns the bytes written, or -1 when the file cannot be opened.
-int64_t write_file_part(KorvSmartBuffer *sb, SBSegment *seg, const char *mode,
-                        const char *bytes, uint64_t count) {
-    KorvIO *io = KorvIO_FileName(seg->file_name, mode);
-    if (!io) return -1;
-    uint64_t room = sb->file_limit - static_cast<uint64_t>(seg->file_length);
-    uint64_t w = KorvIOWriteBytes(io, bytes, min64(count, room));
-    io->flush(io);
-    io->close(io);
-    if (static_cast<int64_t>(w) < 0) return -1;
+// Gives the segment its temporary file, made in the temporary directory
+// and kept open by its handle until the file is dropped.
+bool make_file(SBSegment *seg) {
+    if (!seg->file_name) seg->file_name = new_temp_file("__SmartBuffer", kTempSpill, &seg->file);
+    return seg->file_name != nullptr;
+}
+
+// Writes up to `count` bytes (at most what the file limit leaves) at the
+// end of the segment's file, through its handle. Returns the bytes written.
+uint64_t write_file_part(KorvSmartBuffer *sb, SBSegment *seg, const char *bytes, uint64_t count) {
+    uint64_t want = min64(count, sb->file_limit - static_cast<uint64_t>(seg->file_length));
+    handle_seek_end(seg->file);
+    uint64_t w = 0;
+    while (w < want) {
+        uint64_t n = handle_write(seg->file, bytes + w, want - w);
+        if (n == 0) break;
+        w += n;
+    }
     seg->file_length += static_cast<int64_t>(w);
     sb->available += static_cast<int64_t>(w);
-    return static_cast<int64_t>(w);
+    return w;
 }
 
 uint64_t append_files(KorvSmartBuffer *sb, const char *bytes, uint64_t count) {
     uint64_t stored = 0;
     if (SBSegment *tail = sb->tail) {
-        if (!tail->file_name) tail->file_name = KorvMktemp("__SmartBuffer");
-        if (!tail->file_name) return 0;
-        int64_t w = write_file_part(sb, tail, "a+b", bytes, count);
-        if (w < 0) return 0;
-        stored += static_cast<uint64_t>(w);
+        if (!make_file(tail)) return 0;
+        stored += write_file_part(sb, tail, bytes, count);
     }
     while (stored < count) {
         auto *seg = static_cast<SBSegment *>(korv_internal_calloc(1, sizeof(SBSegment)));
@@ -92,21 +99,19 @@ uint64_t append_files(KorvSmartBuffer *sb, const char *bytes, uint64_t count) {
         if (sb->tail) sb->tail->next = seg;
         else sb->head = seg;
         sb->tail = seg;
-        seg->file_name = KorvMktemp("__SmartBuffer");
-        if (!seg->file_name) break;
-        int64_t w = write_file_part(sb, seg, "w+b", bytes + stored, count - stored);
-        if (w <= 0) break;
-        stored += static_cast<uint64_t>(w);
+        if (!make_file(seg)) break;
+        uint64_t w = write_file_part(sb, seg, bytes + stored, count - stored);
+        if (w == 0) break;
+        stored += w;
     }
     return stored;
 }
 
+// Closes the segment's file and removes its name.
 void drop_file(SBSegment *seg) {
-    if (seg->file_name) KorvDeleteFile(seg->file_name);
+    if (seg->file_name) sb_close_file(seg);
     korv_internal_free(seg->file_name);
-    korv_internal_free(seg->wide_name);
     seg->file_name = nullptr;
-    seg->wide_name = nullptr;
     seg->file_read = seg->file_length = 0;
 }
 

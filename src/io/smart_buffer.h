@@ -15,15 +15,23 @@ struct SBSegment {
     char *block;          // null when the segment has none
     uint64_t capacity;
     char *file_name;      // the segment's temporary file, if any
-    uint16_t *wide_name;  // made when the file is mapped (Windows)
+    KorvHandle file;      // open on that file from its making to its removal
     int64_t file_read;    // bytes of the file already consumed
     int64_t file_length;  // bytes written into the file
     SBSegment *next;
 };
 
 // Copies count bytes at offset of the file part through a fresh mapping of
-// the file at `length` bytes; false when a system call fails.
+// the segment's open file at `length` bytes; false when a system call
+// fails. The file is emptied before it is mapped, so the part reads back
+// as that many zero bytes: the buffer has always behaved so and callers
+// that need the bytes back keep them in memory.
 bool sb_map_copy(SBSegment *seg, int64_t length, int64_t offset, void *dst, uint64_t count);
+
+// Closes the segment's file and removes it: on POSIX its name is removed
+// only while it still names the file the handle holds, so a name replaced
+// by someone else is left alone.
+void sb_close_file(SBSegment *seg);
 
 } // namespace korv::io
 

@@ -15,6 +15,10 @@ enum class Convention { decimal_point, thousands_sep, grouping };
 // when the last size repeats ("3;0" for thousands).
 char *query_user_convention(Convention which);
 
+// The C library's group sizes (one byte each, as in localeconv's grouping)
+// in that text form, as a new string; null when it cannot be allocated.
+char *grouping_text(const char *sizes);
+
 } // namespace korv::locale
 
 #endif

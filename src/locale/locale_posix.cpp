@@ -8,36 +8,9 @@
 #include "kvsup.h"
 
 #include <langinfo.h>
-#include <limits.h>
 #include <locale.h>
 
 namespace korv::locale {
-
-namespace {
-
-// The C library lists group sizes as bytes, the last one repeating unless
-// CHAR_MAX ends the list; the text form lists them as numbers and marks the
-// repetition with a final 0.
-char *grouping_text(const char *sizes)
-{
-    char text[64];
-    size_t used = 0;
-    bool repeats = false;
-    for (const char *p = sizes; *p && used + 8 < sizeof text; p++) {
-        if (*p == CHAR_MAX || *p < 0) {
-            repeats = false;
-            break;
-        }
-        used += KorvSNPrintf(text + used, sizeof text - used, "%s%d", used ? ";" : "", *p);
-        repeats = true;
-    }
-    text[used] = '\0';
-    if (repeats)
-        KorvSNPrintf(text + used, sizeof text - used, ";0");
-    return KorvStrDup(text);
-}
-
-} // namespace
 
 char *query_user_convention(Convention which)
 {

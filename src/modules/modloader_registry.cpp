@@ -5,6 +5,7 @@
 #include <string.h>
 #include <kvsup.h>
 #include "modules/modloader.h"
+#include "env/env_setting.h"
 
 namespace {
 
@@ -143,12 +144,15 @@ KORV_API uint32_t KorvBasicModLoaderAddDefaults(KorvModLoader *loader, const cha
         }
     }
     if (envName) {
-        const char *paths = KorvGetenv(envName);
+        // A copy: loading bundles takes long, and the setting may change.
+        char *paths = korv::env_copy(envName);
         uint32_t result = KorvBasicModLoaderAddPath(loader, paths);
         if (result == 0) {
             KorvDebug("Error loading Korvane bundles '%s' from the envar %s.\n", paths, envName);
+            korv_internal_free(paths);
             return 0;
         }
+        korv_internal_free(paths);
         if (result != 0xFFFFFFFFu)
             return 1;
     }

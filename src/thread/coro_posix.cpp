@@ -1,6 +1,7 @@
-// Coroutines on a stack of their own. On x86-64 control moves by a small
-// switch of kvsup's own that saves only the callee-saved registers and the
-// floating-point control words; elsewhere it moves by swapcontext.
+// Coroutines on a stack of their own. On x86-64 and on 64-bit Arm control
+// moves by a small switch of kvsup's own that saves only the callee-saved
+// registers and the floating-point control words; elsewhere it moves by
+// swapcontext (also where KORV_CORO_UCONTEXT is defined, to try that path).
 //
 // `fiber` points to the coroutine's Context; `caller` to the resumer's
 // Context, which lives on the resumer's stack for the length of one resume.
@@ -9,7 +10,9 @@
 
 #include <kvsup.h>
 
-#if !defined(__x86_64__)
+#if (defined(__x86_64__) || defined(__aarch64__)) && !defined(KORV_CORO_UCONTEXT)
+#define KORV_CORO_OWN_SWITCH 1
+#else
 #include <ucontext.h>
 #endif
 
@@ -36,7 +39,7 @@ constexpr size_t kDefaultStack = 1024 * 1024;
 constexpr size_t kMinStack = 16 * 1024;
 
 struct Context {
-#if defined(__x86_64__)
+#if defined(KORV_CORO_OWN_SWITCH)
   void *sp;  // saved stack pointer while not running
 #else
   ucontext_t uc;
@@ -47,7 +50,7 @@ struct Context {
 
 void coro_main(KorvCoro *c);
 
-#if defined(__x86_64__)
+#if defined(KORV_CORO_OWN_SWITCH) && defined(__x86_64__)
 
 // korv_ctx_switch(save, to): saves the callee-saved state on the current
 // stack, stores the stack pointer in *save and continues on `to`.
@@ -108,6 +111,84 @@ void prepare(Context *ctx, void *stack, size_t size, KorvCoro *c) {
   w[-10] = 0x1F80u | (uint64_t(0x037Fu) << 32);         // mxcsr, x87 control word
   ctx->sp = &w[-10];
 }
+
+#elif defined(KORV_CORO_OWN_SWITCH) && defined(__aarch64__)
+
+// korv_ctx_switch(save, to): saves the registers a call must preserve
+// (x19-x28, the frame pointer x29, the link register x30, the low halves
+// d8-d15 of v8-v15) and the floating-point control register in a 176-byte
+// frame on the current stack, stores the stack pointer in *save and
+// continues on `to`, "returning" through the x30 found there.
+// A new context starts in korv_ctx_start with the coroutine in x19 and the
+// entry in x20; the entry never returns.
+// Both are local to this file: declared hidden, their addresses are formed
+// relative to the code, never read from the GOT (whose entry the assembler
+// would bind to the start of the section for a local symbol).
+extern "C" [[gnu::visibility("hidden")]] void korv_ctx_switch(void **save, void *to);
+asm(R"(
+  .text
+  .p2align 4
+  .type korv_ctx_switch,%function
+korv_ctx_switch:
+  sub sp, sp, #176
+  stp x19, x20, [sp, #0]
+  stp x21, x22, [sp, #16]
+  stp x23, x24, [sp, #32]
+  stp x25, x26, [sp, #48]
+  stp x27, x28, [sp, #64]
+  stp x29, x30, [sp, #80]
+  stp d8, d9, [sp, #96]
+  stp d10, d11, [sp, #112]
+  stp d12, d13, [sp, #128]
+  stp d14, d15, [sp, #144]
+  mrs x9, fpcr
+  str x9, [sp, #160]
+  mov x9, sp
+  str x9, [x0]
+  mov sp, x1
+  ldp x19, x20, [sp, #0]
+  ldp x21, x22, [sp, #16]
+  ldp x23, x24, [sp, #32]
+  ldp x25, x26, [sp, #48]
+  ldp x27, x28, [sp, #64]
+  ldp x29, x30, [sp, #80]
+  ldp d8, d9, [sp, #96]
+  ldp d10, d11, [sp, #112]
+  ldp d12, d13, [sp, #128]
+  ldp d14, d15, [sp, #144]
+  ldr x9, [sp, #160]
+  msr fpcr, x9
+  add sp, sp, #176
+  ret
+  .size korv_ctx_switch,.-korv_ctx_switch
+
+  .p2align 4
+  .type korv_ctx_start,%function
+korv_ctx_start:
+  mov x0, x19
+  blr x20
+  brk #0x3e8
+  .size korv_ctx_start,.-korv_ctx_start
+)");
+extern "C" [[gnu::visibility("hidden")]] void korv_ctx_start(void);
+
+// Lays out a first frame that korv_ctx_switch "returns" into: x30 holds the
+// start routine, x29 is 0 so that a stack walk ends there, and the
+// floating-point control register starts at its reset value (round to
+// nearest, no traps, no flush to zero).
+void prepare(Context *ctx, void *stack, size_t size, KorvCoro *c) {
+  uintptr_t top = (reinterpret_cast<uintptr_t>(stack) + size) & ~uintptr_t(15);
+  auto *w = reinterpret_cast<uint64_t *>(top - 176);
+  for (int i = 0; i < 22; i++) w[i] = 0;
+  w[0] = reinterpret_cast<uint64_t>(c);                 // x19
+  w[1] = reinterpret_cast<uint64_t>(&coro_main);        // x20
+  w[11] = reinterpret_cast<uint64_t>(&korv_ctx_start);  // x30
+  ctx->sp = w;
+}
+
+#endif
+
+#if defined(KORV_CORO_OWN_SWITCH)
 
 void jump(Context *from, Context *to) { korv_ctx_switch(&from->sp, to->sp); }
 

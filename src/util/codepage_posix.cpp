@@ -174,7 +174,8 @@ char *from_utf16(Encoding encoding, const uint16_t *text, int32_t *length)
     bool ok = convert(cd, reinterpret_cast<const char *>(text), units * 2, out, question,
                       question_size, skip_utf16);
     iconv_close(cd);
-    if (!ok || !out.reserve(1)) {
+    // A result longer than a 32-bit length can say fails.
+    if (!ok || out.used > (size_t)INT32_MAX || !out.reserve(1)) {
         korv_internal_free(out.data);
         return nullptr;
     }

@@ -42,6 +42,10 @@ char *from_utf16(Encoding encoding, const uint16_t *text, int32_t *length)
 uint16_t *to_utf16(Encoding encoding, const char *text, int32_t length)
 {
     UINT page = page_of(encoding);
+    // The system counts in int: a longer text fails.
+    size_t whole = strlen(text);
+    if (whole >= (size_t)INT32_MAX)
+        return nullptr;
     // Room for the whole NUL-terminated text and one more unit, zero-filled,
     // so that a converted prefix is terminated too.
     int needed = MultiByteToWideChar(page, 0, text, -1, nullptr, 0);
@@ -50,8 +54,7 @@ uint16_t *to_utf16(Encoding encoding, const char *text, int32_t length)
     auto *out = static_cast<wchar_t *>(korv_internal_calloc((size_t)needed + 1, sizeof(wchar_t)));
     if (!out)
         return nullptr;
-    int whole = (int)strlen(text);
-    int n = length < 0 || length > whole ? -1 : length;
+    int n = length < 0 || (size_t)length > whole ? -1 : length;
     if (n != 0 && MultiByteToWideChar(page, 0, text, n, out, needed) <= 0) {
         korv_internal_free(out);
         return nullptr;

@@ -54,9 +54,13 @@ extern "C" KORV_API char *KorvUTF8ConvertTo(const char *s, const char *encoding,
     if (e.kind == Kind::Unknown)
         return nullptr;
     if (e.kind == Kind::Utf8) {
-        char *copy = KorvStrDup(s);
+        // A text longer than the length can say is refused, not truncated.
+        size_t n = strlen(s);
+        if (n > (size_t)INT32_MAX)
+            return nullptr;
+        char *copy = KorvStrNDup(s, n);
         if (copy && length)
-            *length = (int32_t)strlen(copy);
+            *length = (int32_t)n;
         return copy;
     }
     uint16_t *wide = KorvUTF8ConvertToUTF16(s);

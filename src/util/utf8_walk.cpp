@@ -1,5 +1,6 @@
 // Character-level walks over UTF-8 strings. A walk ends at the terminator
 // or at the first bad sequence, whichever comes first.
+#include <stdint.h>
 #include <kvsup.h>
 #include "util/utf8_codec.h"
 
@@ -62,8 +63,9 @@ extern "C" KORV_API int32_t KorvUTF8StrNLen(const char *s, size_t limit)
     if (!s)
         return -1;
     const unsigned char *p = bytes(s);
+    // The count stops at the largest value it can hold.
     int32_t count = 0;
-    while (limit > 0) {
+    while (limit > 0 && count < INT32_MAX) {
         Decoded d = decode(p, limit);
         if (d.length <= 0)
             break;

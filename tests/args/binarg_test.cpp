@@ -130,5 +130,9 @@ TEST(BinArgs, UnpackRules)
     EXPECT_EQ(list[7], KORV_ARG_END);
     korv_internal_free(list);
     KorvBinArgDesc negative[] = {{"n:i", 0, -10, three}};
-    EXPECT_EQ(KorvBinArgToArgs(1, negative, 0), nullptr);
+    list = KorvBinArgToArgs(1, negative, 0); // no values
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list[1], KORV_ARG_NULL);
+    EXPECT_EQ(list[2], KORV_ARG_END);
+    korv_internal_free(list);
 }

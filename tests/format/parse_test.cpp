@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "io/format_parse.h"
+#include "format/format_parse.h"
 
 using namespace korv::fmt;
 

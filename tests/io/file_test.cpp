@@ -97,8 +97,8 @@ TEST(FileStream, DescriptorAndStdio) {
 
 TEST(TempFile, HintDirectoryAndCleanUp) {
     ScratchDir dir("io_temp");
-    // A hint with a backslash names the directory.
-    std::string hint = dir.path.string() + "\\whatever";
+    // A hint with a path separator names the directory.
+    std::string hint = dir.path.string() + KORV_PATH_SEP_STR "whatever";
     char *name = KorvMktemp(hint.c_str());
     ASSERT_NE(name, nullptr);
     // The system keeps at least the first three letters of the prefix.

@@ -8,6 +8,10 @@
 #include <string>
 #include <thread>
 #include <kvsup.h>
+#ifndef _WIN32
+#include <pthread.h>
+#include <signal.h>
+#endif
 
 namespace {
 
@@ -166,6 +170,99 @@ TEST_F(Net, ChunkedUploadFraming)
     EXPECT_EQ(got, "PUT /record/up1 HTTP/1.1\r\nHost: 127.0.0.1\r\n"
                    "Transfer-Encoding: chunked\r\n\r\n"
                    "10\r\n0123456789abcdef\r\n1\r\nz\r\n0\r\n");
+}
+
+// A peer that answers before the upload is closed still receives all of it,
+// final chunk included: the close must not reset the connection.
+TEST_F(Net, UploadAnsweredEarlyArrivesWhole)
+{
+    std::string piece(16384, 'k'), expected;
+    for (int i = 0; i < 40; i++)
+        expected += "4000\r\n" + piece + "\r\n";
+    expected += "0\r\n";
+    for (const char *kind : {"continue", "error"}) {
+        std::string path = peers_dir() + "/record/early-" + kind;
+        remove(path.c_str());
+        KorvIO *io = KorvIO_URL(url("peer", std::string("/early/") + kind).c_str(), "w");
+        ASSERT_NE(io, nullptr);
+        for (int i = 0; i < 40; i++)
+            ASSERT_EQ(io->write(io, piece.data(), piece.size()), (int64_t)piece.size());
+        io->close(io);
+        std::string got;
+        for (int i = 0; i < 200 && got.empty(); i++) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(25));
+            got = read_file(path);
+        }
+        EXPECT_EQ(got.size(), expected.size()) << kind;
+        EXPECT_TRUE(got == expected) << kind << ": " << got.substr(got.size() > 40 ? got.size() - 40 : 0);
+    }
+}
+
+// Closing an upload to a stock server ends when the server has answered
+// and closed, well before the linger time (5 s) would run out.
+TEST_F(Net, UploadToNginxClosesWithTheServer)
+{
+    KorvIO *io = KorvIO_URL(url("nginx", "/uploads/up.txt").c_str(), "w");
+    ASSERT_NE(io, nullptr);
+    EXPECT_EQ(io->write(io, "uploaded\n", 9), 9);
+    auto start = std::chrono::steady_clock::now();
+    io->close(io);
+    auto spent = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(spent, std::chrono::seconds(4));
+}
+
+#ifndef _WIN32
+namespace {
+void ignore_signal(int) {}
+} // namespace
+#endif
+
+// A connect that has to wait (the listener's queue is full, so the first
+// handshake attempt is dropped and repeated a second later) still connects
+// when signals without restart interrupt it meanwhile. Windows has no such
+// signals: there the wait alone is checked.
+TEST_F(Net, ConnectInterruptedBySignalsStillConnects)
+{
+    uint16_t p = (uint16_t)port("spare");
+    KorvIO *listener = KorvIO_TcpSocket("127.0.0.1", p, 1, 1);
+    ASSERT_NE(listener, nullptr);
+    KorvIO *queued[2];
+    for (KorvIO *&q : queued) {
+        q = KorvIO_TcpSocket("127.0.0.1", p, 0, 1);
+        ASSERT_NE(q, nullptr);
+    }
+#ifndef _WIN32
+    struct sigaction action = {}, saved;
+    action.sa_handler = ignore_signal;
+    action.sa_flags = 0; // no restart: a waiting call returns EINTR
+    sigemptyset(&action.sa_mask);
+    ASSERT_EQ(sigaction(SIGUSR1, &action, &saved), 0);
+    pthread_t connecting = pthread_self();
+#endif
+    KorvIO *accepted = nullptr;
+    std::thread server([&] {
+        for (int i = 0; i < 8; i++) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(25));
+#ifndef _WIN32
+            pthread_kill(connecting, SIGUSR1);
+#endif
+        }
+        // Room in the queue for the repeated attempt.
+        listener->read(listener, &accepted, sizeof accepted);
+    });
+    KorvIO *client = KorvIO_TcpSocket("127.0.0.1", p, 0, 1);
+    server.join();
+#ifndef _WIN32
+    sigaction(SIGUSR1, &saved, nullptr);
+#endif
+    EXPECT_NE(client, nullptr);
+    if (client)
+        client->close(client);
+    if (accepted)
+        accepted->close(accepted);
+    for (KorvIO *q : queued)
+        q->close(q);
+    listener->close(listener);
 }
 
 TEST_F(Net, TcpClientAndListener)

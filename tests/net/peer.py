@@ -12,6 +12,7 @@ import socket
 import socketserver
 import struct
 import sys
+import time
 
 
 def read_head(conn):
@@ -36,6 +37,27 @@ class Handler(socketserver.BaseRequestHandler):
         path = target.split("?")[0]
         if path.startswith("http://"):  # absolute form, as sent to a proxy
             path = "/" + path[7:].partition("/")[2]
+        if method == "PUT" and path.startswith("/early/"):
+            # Answers before the upload ends ("100 Continue", or an error),
+            # then reads the rest slowly and records it; a reset is noted.
+            if path.endswith("/error"):
+                conn.sendall(b"HTTP/1.1 413 Payload Too Large\r\nContent-Length: 0\r\n\r\n")
+            else:
+                conn.sendall(b"HTTP/1.1 100 Continue\r\n\r\n")
+            time.sleep(0.5)
+            data = rest
+            try:
+                while True:
+                    part = conn.recv(65536)
+                    if not part:
+                        break
+                    data += part
+            except ConnectionResetError:
+                data += b"<reset>"
+            name = "early-" + os.path.basename(path)
+            with open(os.path.join(self.server.record_dir, name), "wb") as f:
+                f.write(data)
+            return
         if method == "PUT" and path.startswith("/record/"):
             data = rest
             while True:
