@@ -42,15 +42,10 @@ uint32_t load(KorvIO *io, KVHdrValueChunk *chunk, uint32_t n)
 template <uint32_t Width>
 uint32_t emit(KorvIO *io, KVHdrValueChunk *chunk, uint32_t flag)
 {
-    constexpr size_t size = Width / 8;
     if (!io || !chunk || !chunk->values || !flag)
         return 0;
-    TextOut out(io);
     const auto *p = static_cast<const unsigned char *>(chunk->values);
-    for (uint32_t i = 0; i < chunk->count; i++)
-        put_value(out, Width, p + i * size);
-    out.newline();
-    return out.flush() ? 1 : 0;
+    return put_lines(io, Width, p, 1, chunk->count) ? 1 : 0;
 }
 
 } // namespace

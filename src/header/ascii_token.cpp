@@ -141,6 +141,19 @@ bool put_value(TextOut &out, uint32_t width, const unsigned char *p)
     return true;
 }
 
+bool put_lines(KorvIO *io, uint32_t width, const unsigned char *p, uint32_t lines,
+               uint32_t per_line)
+{
+    uint32_t size = width_bytes(width);
+    TextOut out(io);
+    for (uint32_t l = 0; l < lines; l++) {
+        for (uint32_t v = 0; v < per_line && size; v++, p += size)
+            put_value(out, width, p);
+        out.newline();
+    }
+    return out.flush();
+}
+
 int32_t get_value(KorvIO *io, uint32_t width, unsigned char *p)
 {
     int32_t r;
@@ -233,22 +246,29 @@ extern "C" KORV_API int32_t _KVHdrReadAsciiComplex(KorvIO *io, float *value)
     return _KVHdrReadAsciiFloat(io, &value[1]);
 }
 
-extern "C" KORV_API int32_t _KVHdrWriteAsciiInt(KorvIO *io, const uint32_t *value)
-{
-    if (!io || !value)
-        return -1;
-    char text[16];
-    size_t n = format_uint(text, *value);
-    return write_all(io, text, n) ? 0 : -1;
-}
+namespace {
 
-extern "C" KORV_API int32_t _KVHdrWriteAsciiFloat(KorvIO *io, const float *value)
+// Writes one value as a token: 0, or -1 for bad arguments or a short write.
+template <typename T>
+int32_t write_token(KorvIO *io, const T *value, size_t (*format)(char *, T))
 {
     if (!io || !value)
         return -1;
     char text[64];
-    size_t n = format_float(text, *value);
+    size_t n = format(text, *value);
     return write_all(io, text, n) ? 0 : -1;
+}
+
+} // namespace
+
+extern "C" KORV_API int32_t _KVHdrWriteAsciiInt(KorvIO *io, const uint32_t *value)
+{
+    return write_token(io, value, format_uint);
+}
+
+extern "C" KORV_API int32_t _KVHdrWriteAsciiFloat(KorvIO *io, const float *value)
+{
+    return write_token(io, value, format_float);
 }
 
 extern "C" KORV_API int32_t _KVHdrWriteAsciiComplex(KorvIO *io, const float *value)

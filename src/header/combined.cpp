@@ -41,6 +41,37 @@ uint32_t read_with_manager(const char *caller, KorvIO *io, void **block, uint64_
     return r;
 }
 
+// Turns a tree into the caller's target through the manager.
+typedef uint32_t (*FromTree)(const KVHdrManager *manager, KorvCMNode *tree, void *target);
+
+uint32_t tree_to_header(const KVHdrManager *manager, KorvCMNode *tree, void *target)
+{
+    return KVHdrToHeader(manager, tree, static_cast<KorvGenericHeader **>(target));
+}
+
+/* Reads the document, converts it into target and frees the tree. */
+uint32_t read_into(const char *caller, KorvIO *io, void **block, uint64_t *size,
+                   KVHdrManager *manager, FromTree convert, void *target)
+{
+    KorvCMNode *tree;
+    uint32_t r = read_with_manager(caller, io, block, size, manager, &tree);
+    if (r != 1)
+        return r;
+    r = convert(manager, tree, target);
+    KorvFreeUserCMData(tree);
+    return r;
+}
+
+/* Writes a tree that was built with result r (only when r is 1) and frees
+ * it either way. */
+uint32_t write_built(uint32_t r, KorvCMNode *tree, KorvIO *io)
+{
+    if (r == 1)
+        r = KVHdrWrite(tree, io);
+    KorvFreeUserCMData(tree);
+    return r;
+}
+
 } // namespace
 
 extern "C" KORV_API uint32_t KVHdrRead_Header(KorvIO *io, KVHdrManager *manager,
@@ -48,13 +79,7 @@ extern "C" KORV_API uint32_t KVHdrRead_Header(KorvIO *io, KVHdrManager *manager,
 {
     if (!io || !manager || !header)
         return 0;
-    KorvCMNode *tree;
-    uint32_t r = read_with_manager("KVHdrRead_Header", io, nullptr, nullptr, manager, &tree);
-    if (r != 1)
-        return r;
-    r = KVHdrToHeader(manager, tree, header);
-    KorvFreeUserCMData(tree);
-    return r;
+    return read_into("KVHdrRead_Header", io, nullptr, nullptr, manager, tree_to_header, header);
 }
 
 extern "C" KORV_API uint32_t KVHdrNonDestructivRead_Header(KorvIO *io, void **block,
@@ -64,14 +89,8 @@ extern "C" KORV_API uint32_t KVHdrNonDestructivRead_Header(KorvIO *io, void **bl
 {
     if (!io || !block || !size || !manager || !header)
         return 0;
-    KorvCMNode *tree;
-    uint32_t r = read_with_manager("KVHdrNonDestructivRead_Header", io, block, size, manager,
-                                   &tree);
-    if (r != 1)
-        return r;
-    r = KVHdrToHeader(manager, tree, header);
-    KorvFreeUserCMData(tree);
-    return r;
+    return read_into("KVHdrNonDestructivRead_Header", io, block, size, manager, tree_to_header,
+                     header);
 }
 
 extern "C" KORV_API uint32_t KVHdrWrite_Header(KorvGenericHeader *header,
@@ -81,23 +100,14 @@ extern "C" KORV_API uint32_t KVHdrWrite_Header(KorvGenericHeader *header,
         return 0;
     KorvCMNode *tree = nullptr;
     uint32_t r = KVHdrFromHeader(manager, header, &tree);
-    if (r == 1)
-        r = KVHdrWrite(tree, io);
-    KorvFreeUserCMData(tree);
-    return r;
+    return write_built(r, tree, io);
 }
 
 extern "C" KORV_API uint32_t KVHdrRead_Struct(KorvIO *io, KVHdrManager *manager, void *record)
 {
     if (!io || !manager || !record)
         return 0;
-    KorvCMNode *tree;
-    uint32_t r = read_with_manager("KVHdrRead_Struct", io, nullptr, nullptr, manager, &tree);
-    if (r != 1)
-        return r;
-    r = KVHdrToStruct(manager, tree, record);
-    KorvFreeUserCMData(tree);
-    return r;
+    return read_into("KVHdrRead_Struct", io, nullptr, nullptr, manager, KVHdrToStruct, record);
 }
 
 extern "C" KORV_API uint32_t KVHdrNonDestructivRead_Struct(KorvIO *io, void **block,
@@ -106,14 +116,8 @@ extern "C" KORV_API uint32_t KVHdrNonDestructivRead_Struct(KorvIO *io, void **bl
 {
     if (!io || !block || !size || !manager || !record)
         return 0;
-    KorvCMNode *tree;
-    uint32_t r = read_with_manager("KVHdrNonDestructivRead_Struct", io, block, size, manager,
-                                   &tree);
-    if (r != 1)
-        return r;
-    r = KVHdrToStruct(manager, tree, record);
-    KorvFreeUserCMData(tree);
-    return r;
+    return read_into("KVHdrNonDestructivRead_Struct", io, block, size, manager, KVHdrToStruct,
+                     record);
 }
 
 extern "C" KORV_API uint32_t KVHdrWrite_Struct(void *record, const KVHdrManager *manager,
@@ -123,8 +127,5 @@ extern "C" KORV_API uint32_t KVHdrWrite_Struct(void *record, const KVHdrManager 
         return 0;
     KorvCMNode *tree = nullptr;
     uint32_t r = KVHdrFromStruct(manager, record, &tree);
-    if (r == 1)
-        r = KVHdrWrite(tree, io);
-    KorvFreeUserCMData(tree);
-    return r;
+    return write_built(r, tree, io);
 }

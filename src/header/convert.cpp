@@ -23,6 +23,20 @@ void copy_entries(KorvGenericHeader *header, const KVHdrManager *manager)
 
 } // namespace kvhdr
 
+namespace {
+
+/* The header's own copy of an entry, else the manager's (null without
+ * either). */
+template <typename Fn>
+Fn entry_of(Fn own, const KVHdrManager *manager, Fn KVHdrManager::*entry)
+{
+    if (own)
+        return own;
+    return manager ? manager->*entry : nullptr;
+}
+
+} // namespace
+
 extern "C" KORV_API uint32_t KVHdrToStruct(const KVHdrManager *manager, KorvCMNode *tree,
                                            void *record)
 {
@@ -112,24 +126,11 @@ extern "C" KORV_API uint32_t KVHdrFromHeader(const KVHdrManager *manager,
         if (!*tree)
             return 0;
     }
-    KVHdrFromHeaderFn entry = header->fromHeader ? header->fromHeader
-                              : manager           ? manager->fromHeader
-                                                  : nullptr;
+    KVHdrFromHeaderFn entry = entry_of(header->fromHeader, manager, &KVHdrManager::fromHeader);
     uint32_t r = entry ? entry(header, tree) : 0;
     *tree = KVHdrArrange(*tree);
     return r;
 }
-
-namespace {
-
-KVHdrLoadChunkFn load_entry(const KVHdrManager *manager, const KorvGenericHeader *header)
-{
-    if (header->loadChunk)
-        return header->loadChunk;
-    return manager ? manager->loadChunk : nullptr;
-}
-
-} // namespace
 
 extern "C" KORV_API uint32_t KVHdrToChunk(const KVHdrManager *manager, KorvGenericHeader *header,
                                           KorvIO *io, KorvChunk *chunk)
@@ -143,7 +144,7 @@ extern "C" KORV_API uint32_t KVHdrToChunkLines(const KVHdrManager *manager,
 {
     if (!header || !io || !chunk)
         return 0;
-    KVHdrLoadChunkFn entry = load_entry(manager, header);
+    KVHdrLoadChunkFn entry = entry_of(header->loadChunk, manager, &KVHdrManager::loadChunk);
     return entry ? entry(header, io, chunk, count) : 0;
 }
 
@@ -155,8 +156,6 @@ extern "C" KORV_API uint32_t KVHdrFromChunk(const KVHdrManager *manager,
 {
     if (!header || !io || !chunk)
         return 0;
-    KVHdrEmitChunkFn entry = header->emitChunk ? header->emitChunk
-                             : manager          ? manager->emitChunk
-                                                : nullptr;
+    KVHdrEmitChunkFn entry = entry_of(header->emitChunk, manager, &KVHdrManager::emitChunk);
     return entry ? entry(header, io, chunk, 1) : 0;
 }

@@ -21,26 +21,16 @@ const DocFormat kText = {"text", KORV_KIND_TEXT};
 
 uint32_t create(const DocFormat &fmt, KorvGenericHeader **out)
 {
-    if (!out)
-        return 0;
-    FormatHeader *f = new_format_header(fmt.kind);
-    if (!f)
-        return 0;
-    *out = &f->h;
-    return 1;
+    return format_create(fmt.kind, out);
 }
 
 uint32_t to_header(const DocFormat &fmt, KorvCMNode *tree, KorvGenericHeader **out)
 {
     if (!tree || !out)
         return 0;
-    FormatHeader *f = new_format_header(fmt.kind);
+    FormatHeader *f = format_from_tree(fmt.kind, tree);
     if (!f)
         return 0;
-    if (!take_params(&f->h, tree)) {
-        format_header_free(&f->h);
-        return 0;
-    }
     read_architecture(f);
     KorvGenericHeader *h = &f->h;
     if (fmt.kind == KORV_KIND_INFO)
@@ -49,8 +39,7 @@ uint32_t to_header(const DocFormat &fmt, KorvCMNode *tree, KorvGenericHeader **o
                                             {"ID", "version"},
                                             {"ID", "architecture"},
                                             {"Encoding", "bytes/entry"}};
-    for (const auto &owned : kOwned)
-        h->params = KVHdrDeleteHeaderField(h->params, owned[0], owned[1]);
+    drop_owned(h, kOwned);
     *out = h;
     return 1;
 }

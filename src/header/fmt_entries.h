@@ -57,6 +57,46 @@ void format_header_free(KorvGenericHeader *h);
 // copied.
 bool take_params(KorvGenericHeader *h, KorvCMNode *tree);
 
+// A new record of the kind handed out in *out: 1, or 0 for a null out or
+// when memory runs out.
+uint32_t format_create(uint32_t kind, KorvGenericHeader **out);
+// A new record of the kind holding a copy of tree as its params; null when
+// memory runs out.
+FormatHeader *format_from_tree(uint32_t kind, KorvCMNode *tree);
+
+// Removes one label of each (section, name) pair from h->params: the
+// fields a format reads into its record.
+template <size_t N>
+void drop_owned(KorvGenericHeader *h, const char *const (&owned)[N][2])
+{
+    for (const auto &field : owned)
+        h->params = KVHdrDeleteHeaderField(h->params, field[0], field[1]);
+}
+
+// ---- binary chunk frames ------------------------------------------------
+
+// Clears chunk and checks the arguments of a load: the format header, or
+// null when chunk, io or the header is not one of these formats.
+FormatHeader *begin_load(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk);
+
+enum class FrameRead { Failed, End, Read };
+// Reads a frame of words 32-bit words, turned into the machine's order, and
+// the frame[0] bytes that follow it into f->buffer. End, with the chunk
+// flagged as the end of data, when the data ended cleanly before the frame;
+// Failed on a cut frame or a short body.
+FrameRead read_frame(FormatHeader *f, KorvIO *io, KorvChunk *chunk, uint32_t *frame,
+                     uint32_t words);
+
+// The arguments of an emit: a header, a stream, and a chunk whose bytes
+// exist when it counts any.
+bool can_emit(const KorvGenericHeader *header, const KorvIO *io, const KorvChunk *chunk);
+// Whether the header names a known byte order other than the machine's.
+bool writes_swapped(const KorvGenericHeader *h);
+// Writes words frame words (turned into the header's order, in place) and
+// then the chunk's bytes: 1, or -1 when a write comes up short.
+uint32_t write_frame(const KorvGenericHeader *header, KorvIO *io, const KorvChunk *chunk,
+                     uint32_t *frame, uint32_t words);
+
 // The byte order a document names in "ID"/"architecture": sets swap when it
 // is a known order other than the machine's. endian stays the machine's.
 void read_architecture(FormatHeader *f);
@@ -112,6 +152,11 @@ struct TextOut {
 // Writes one value of the given width (8, 16, 32 or 64) from p; false for
 // another width.
 bool put_value(TextOut &out, uint32_t width, const unsigned char *p);
+// Writes lines lines of per_line values of the width from p, each line
+// ended by a newline (lines without values for an unknown width); false
+// once a write came up short.
+bool put_lines(KorvIO *io, uint32_t width, const unsigned char *p, uint32_t lines,
+               uint32_t per_line);
 // Reads one value of the given width into p: 0 read, 1 not a number, -1
 // end of data, -2 an unknown width.
 int32_t get_value(KorvIO *io, uint32_t width, unsigned char *p);

@@ -126,4 +126,25 @@ bool take_params(KorvGenericHeader *h, KorvCMNode *tree)
     return h->params != nullptr;
 }
 
+uint32_t format_create(uint32_t kind, KorvGenericHeader **out)
+{
+    if (!out)
+        return 0;
+    FormatHeader *f = new_format_header(kind);
+    if (!f)
+        return 0;
+    *out = &f->h;
+    return 1;
+}
+
+FormatHeader *format_from_tree(uint32_t kind, KorvCMNode *tree)
+{
+    FormatHeader *f = new_format_header(kind);
+    if (f && !take_params(&f->h, tree)) {
+        format_header_free(&f->h);
+        return nullptr;
+    }
+    return f;
+}
+
 } // namespace korv::hdr

@@ -44,9 +44,19 @@ uint32_t limit_count(uint32_t count, uint32_t bytes)
     return count;
 }
 
-bool fits(const KorvChunk *chunk, uint32_t bytes)
+// Checks an emit: the bytes of one measurement; 0 when the chunk holds no
+// measurements (nothing to write); -1 for bad arguments, a header without
+// bands or a chunk shorter than the measurements it claims.
+int64_t emit_bytes(const KorvGenericHeader *header, const KorvIO *io, const KorvChunk *chunk)
 {
-    return chunk->data && static_cast<uint64_t>(chunk->aux) * bytes <= chunk->size;
+    if (!header || !io || !chunk)
+        return -1;
+    uint32_t bytes = measurement_bytes(header);
+    if (chunk->aux == 0)
+        return 0;
+    if (!bytes || !chunk->data || static_cast<uint64_t>(chunk->aux) * bytes > chunk->size)
+        return -1;
+    return bytes;
 }
 
 void finish(KorvChunk *chunk, const FormatHeader *f, uint32_t measurements, uint32_t bytes,
@@ -91,8 +101,7 @@ uint32_t korv_spectral_to_header(KorvCMNode *tree, KorvGenericHeader **header)
                                             {"ID", "version"},
                                             {"ID", "architecture"},
                                             {"Encoding", "bands"}};
-    for (const auto &owned : kOwned)
-        h->params = KVHdrDeleteHeaderField(h->params, owned[0], owned[1]);
+    drop_owned(h, kOwned);
     *header = h;
     return 1;
 }
@@ -119,12 +128,9 @@ uint32_t korv_spectral_binary_from_header(KorvGenericHeader *header, KorvCMNode 
 uint32_t korv_spectral_ascii_load_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
                                         uint32_t count)
 {
-    if (!chunk)
-        return 0;
-    memset(chunk, 0, sizeof *chunk);
-    FormatHeader *f = as_format_header(header);
+    FormatHeader *f = begin_load(header, io, chunk);
     uint32_t bytes = f ? measurement_bytes(header) : 0;
-    if (!f || !io || !bytes)
+    if (!bytes)
         return 0;
     count = limit_count(count, bytes);
     const uint64_t total = static_cast<uint64_t>(count) * bytes;
@@ -151,32 +157,19 @@ uint32_t korv_spectral_ascii_load_chunk(KorvGenericHeader *header, KorvIO *io, K
 uint32_t korv_spectral_ascii_emit_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
                                         uint32_t flag)
 {
-    if (!header || !io || !chunk)
-        return 0;
-    uint32_t bytes = measurement_bytes(header);
-    if (chunk->aux == 0)
-        return 1;
-    if (!bytes || !fits(chunk, bytes))
-        return 0;
-    TextOut out(io);
-    const unsigned char *p = chunk->data;
-    for (uint32_t m = 0; m < chunk->aux; m++) {
-        for (uint32_t b = 0; b < header->imageParts[0]; b++, p += kFloat)
-            put_value(out, 32, p);
-        out.newline();
-    }
-    return out.flush() ? 1 : static_cast<uint32_t>(-1);
+    int64_t bytes = emit_bytes(header, io, chunk);
+    if (bytes <= 0)
+        return bytes == 0 ? 1 : 0;
+    bool written = put_lines(io, 32, chunk->data, chunk->aux, header->imageParts[0]);
+    return written ? 1 : static_cast<uint32_t>(-1);
 }
 
 uint32_t korv_spectral_binary_load_chunk(KorvGenericHeader *header, KorvIO *io,
                                          KorvChunk *chunk, uint32_t count)
 {
-    if (!chunk)
-        return 0;
-    memset(chunk, 0, sizeof *chunk);
-    FormatHeader *f = as_format_header(header);
+    FormatHeader *f = begin_load(header, io, chunk);
     uint32_t bytes = f ? measurement_bytes(header) : 0;
-    if (!f || !io || !bytes)
+    if (!bytes)
         return 0;
     count = limit_count(count, bytes);
     int64_t got = read_some(io, f->buffer, static_cast<uint64_t>(count) * bytes);
@@ -194,17 +187,11 @@ uint32_t korv_spectral_binary_load_chunk(KorvGenericHeader *header, KorvIO *io,
 uint32_t korv_spectral_binary_emit_chunk(KorvGenericHeader *header, KorvIO *io,
                                          KorvChunk *chunk, uint32_t flag)
 {
-    if (!header || !io || !chunk)
-        return 0;
-    uint32_t bytes = measurement_bytes(header);
-    if (chunk->aux == 0)
-        return 1;
-    if (!bytes || !fits(chunk, bytes))
-        return 0;
-    uint64_t total = static_cast<uint64_t>(chunk->aux) * bytes;
-    bool swap = (header->endian == KORV_ENDIAN_LITTLE || header->endian == KORV_ENDIAN_BIG) &&
-                header->endian != KorvIdentifyEndian();
-    if (!swap)
+    int64_t bytes = emit_bytes(header, io, chunk);
+    if (bytes <= 0)
+        return bytes == 0 ? 1 : 0;
+    uint64_t total = static_cast<uint64_t>(chunk->aux) * static_cast<uint64_t>(bytes);
+    if (!writes_swapped(header))
         return KorvIOWriteBytes(io, chunk->data, total) == total ? 1 : static_cast<uint32_t>(-1);
     // The caller's floats stay as they are: turn them around piece by piece.
     unsigned char piece[4096];

@@ -5,8 +5,6 @@
  */
 #include "header/fmt_entries.h"
 
-#include <string.h>
-
 using namespace korv::hdr;
 
 namespace {
@@ -16,11 +14,8 @@ constexpr uint32_t kDefaultBytes = 4096;
 uint32_t korv_text_load_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
                               uint32_t count)
 {
-    if (!chunk)
-        return 0;
-    memset(chunk, 0, sizeof *chunk);
-    FormatHeader *f = as_format_header(header);
-    if (!f || !io)
+    FormatHeader *f = begin_load(header, io, chunk);
+    if (!f)
         return 0;
     if (count == 0)
         count = kDefaultBytes;
@@ -36,9 +31,7 @@ uint32_t korv_text_load_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *
 uint32_t korv_text_emit_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
                               uint32_t flag)
 {
-    if (!header || !io || !chunk || (chunk->size && !chunk->data))
+    if (!can_emit(header, io, chunk))
         return 0;
-    if (chunk->size && KorvIOWriteBytes(io, chunk->data, chunk->size) != chunk->size)
-        return static_cast<uint32_t>(-1);
-    return 1;
+    return write_frame(header, io, chunk, nullptr, 0);
 }

@@ -94,27 +94,17 @@ void drop_all(KorvGenericHeader *h, const char *section, const char *name)
 
 uint32_t raster_create(const RasterFormat &fmt, KorvGenericHeader **out)
 {
-    if (!out)
-        return 0;
-    FormatHeader *f = new_format_header(fmt.kind);
-    if (!f)
-        return 0;
-    *out = &f->h;
-    return 1;
+    return format_create(fmt.kind, out);
 }
 
 uint32_t raster_to_header(const RasterFormat &fmt, KorvCMNode *tree, KorvGenericHeader **out)
 {
     if (!tree || !out)
         return 0;
-    FormatHeader *f = new_format_header(fmt.kind);
+    FormatHeader *f = format_from_tree(fmt.kind, tree);
     if (!f)
         return 0;
     KorvGenericHeader *h = &f->h;
-    if (!take_params(h, tree)) {
-        format_header_free(h);
-        return 0;
-    }
     KorvCMNode *p = h->params;
 
     if (fmt.defaultEndian >= 0 && !KVHdrCheckHeaderParam(p, "ID", "architecture")) {

@@ -5,8 +5,6 @@
  */
 #include "header/fmt_entries.h"
 
-#include <string.h>
-
 using namespace korv::hdr;
 
 namespace {
@@ -49,41 +47,23 @@ void swap_samples(const FormatHeader *f, KorvChunk *chunk)
 uint32_t korv_imgext_emit_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
                                 uint32_t flag)
 {
-    if (!header || !io || !chunk || (chunk->size && !chunk->data))
+    if (!can_emit(header, io, chunk))
         return 0;
-    uint32_t frame[4] = {chunk->size, chunk->aux, chunk->reserved, chunk->flags & kFrameFlags};
-    uint32_t machine = KorvIdentifyEndian();
-    if ((header->endian == KORV_ENDIAN_LITTLE || header->endian == KORV_ENDIAN_BIG) &&
-        header->endian != machine)
-        KorvSwabLongArray(frame, 4);
-    if (KorvIOWriteBytes(io, frame, sizeof frame) != sizeof frame)
-        return static_cast<uint32_t>(-1);
-    if (chunk->size && KorvIOWriteBytes(io, chunk->data, chunk->size) != chunk->size)
-        return static_cast<uint32_t>(-1);
-    return 1;
+    uint32_t frame[4] = {chunk->size, chunk->aux, chunk->reserved,
+                         static_cast<uint32_t>(chunk->flags & kFrameFlags)};
+    return write_frame(header, io, chunk, frame, 4);
 }
 
 uint32_t korv_imgext_load_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
                                 uint32_t count)
 {
-    if (!chunk)
-        return 0;
-    memset(chunk, 0, sizeof *chunk);
-    FormatHeader *f = as_format_header(header);
-    if (!f || !io)
+    FormatHeader *f = begin_load(header, io, chunk);
+    if (!f)
         return 0;
     uint32_t frame[4];
-    uint64_t got = KorvIOReadBytes(io, frame, sizeof frame);
-    if (got == 0) {
-        chunk->flags = 1; // clean end of data
-        return 1;
-    }
-    if (got != sizeof frame)
-        return 0;
-    if (f->swap)
-        KorvSwabLongArray(frame, 4);
-    if (!read_exact(io, f->buffer, frame[0]))
-        return 0;
+    FrameRead r = read_frame(f, io, chunk, frame, 4);
+    if (r != FrameRead::Read)
+        return r == FrameRead::End ? 1 : 0;
     chunk->size = frame[0];
     chunk->aux = frame[1];
     chunk->reserved = frame[2];

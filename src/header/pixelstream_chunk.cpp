@@ -91,14 +91,7 @@ uint32_t korv_pixelstream_emit_chunk(KorvGenericHeader *header, KorvIO *io, Korv
     if (size && (!chunk->data ||
                  static_cast<uint64_t>(chunk->aux) * samples * size > chunk->size))
         return 0;
-    TextOut out(io);
-    const unsigned char *p = chunk->data;
-    for (uint32_t px = 0; px < chunk->aux; px++) {
-        for (uint32_t s = 0; s < samples && size; s++, p += size)
-            put_value(out, width, p);
-        out.newline();
-    }
-    bool written = out.flush();
+    bool written = put_lines(io, width, chunk->data, chunk->aux, samples);
     if (!size)
         return 0;
     return written ? 1 : static_cast<uint32_t>(-1);

@@ -63,12 +63,7 @@ KORV_API char *KorvGetLibraryBaseName(const char *path)
     const char *base = strrchr(path, KORV_PATH_SEP);
     base = base ? base + 1 : path;
     size_t n = strcspn(base, ".");
-    char *result = static_cast<char *>(korv_internal_malloc(n + 1));
-    if (!result)
-        return nullptr;
-    memcpy(result, base, n);
-    result[n] = '\0';
-    return result;
+    return KorvStrNDup(base, n);
 }
 
 } // extern "C"

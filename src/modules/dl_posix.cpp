@@ -12,6 +12,7 @@
 #include <string.h>
 #include <kvsup.h>
 #include "modules/dl_os.h"
+#include "modules/joined.h"
 
 namespace korv {
 
@@ -21,18 +22,6 @@ const char *base_of(const char *name)
 {
     const char *slash = strrchr(name, '/');
     return slash ? slash + 1 : name;
-}
-
-// a followed by b, as a new string.
-char *join(const char *a, size_t an, const char *b)
-{
-    size_t bn = strlen(b);
-    char *s = static_cast<char *>(korv_internal_malloc(an + bn + 1));
-    if (s) {
-        memcpy(s, a, an);
-        memcpy(s + an, b, bn + 1);
-    }
-    return s;
 }
 
 // name in the directory of the object that holds this code, as a new string;
@@ -45,7 +34,7 @@ char *beside_this_library(const char *name)
     const char *slash = strrchr(info.dli_fname, '/');
     if (!slash)
         return nullptr;
-    return join(info.dli_fname, static_cast<size_t>(slash + 1 - info.dli_fname), name);
+    return joined(info.dli_fname, static_cast<size_t>(slash + 1 - info.dli_fname), name);
 }
 
 void *try_open(const char *name, int32_t *error, const char **detail)
@@ -71,7 +60,7 @@ void *dl_os_open(const char *name, int32_t *error, const char **detail)
     }
     char *full = nullptr;
     if (strchr(base_of(name), '.') == nullptr) {
-        full = join(name, strlen(name), ".so");
+        full = joined(name, strlen(name), ".so");
         if (!full) {
             *error = ENOMEM;
             return nullptr;

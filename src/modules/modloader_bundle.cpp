@@ -3,6 +3,7 @@
 // functions, and releasing them when the loader goes.
 #include <string.h>
 #include <kvsup.h>
+#include "modules/joined.h"
 #include "modules/modloader.h"
 
 namespace korv {
@@ -14,23 +15,10 @@ uint32_t bundle_bucket(const char *name)
     return KorvHashString(name) % KORV_MODLOADER_BUNDLE_BUCKETS;
 }
 
-// prefix followed by name, as a new string.
-char *entry_symbol(const char *prefix, const char *name)
-{
-    size_t a = strlen(prefix);
-    size_t b = strlen(name);
-    char *symbol = static_cast<char *>(korv_internal_malloc(a + b + 1));
-    if (symbol) {
-        memcpy(symbol, prefix, a);
-        memcpy(symbol + a, name, b + 1);
-    }
-    return symbol;
-}
-
 // Looks up the entry symbol prefix+name in library; false when it is missing.
 bool find_entry(KorvLibrary library, const char *prefix, const char *name, void **entry)
 {
-    char *symbol = entry_symbol(prefix, name);
+    char *symbol = joined(prefix, strlen(prefix), name);
     if (!symbol)
         return false;
     uint32_t found = KorvDLSymbolLookup(library, symbol, entry);

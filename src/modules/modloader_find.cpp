@@ -67,11 +67,9 @@ KorvModule *offer_everywhere(KorvModLoader *loader, const char *name)
 KorvModule *offer_qualified(KorvModLoader *loader, const char *name, const char *bang)
 {
     size_t n = static_cast<size_t>(bang - name);
-    char *bundleName = static_cast<char *>(korv_internal_malloc(n + 1));
+    char *bundleName = KorvStrNDup(name, n);
     if (!bundleName)
         return nullptr;
-    memcpy(bundleName, name, n);
-    bundleName[n] = '\0';
     KorvBundle *bundle = loader_bundle_for_locked(loader, bundleName);
     korv_internal_free(bundleName);
     if (!bundle)

@@ -4,26 +4,9 @@
 #include <vector>
 #include <kvsup.h>
 #include "core/alloc_testing.h"
+#include "arg_words.h"
 
 namespace {
-
-KorvArgWord W(const void *p)
-{
-    return reinterpret_cast<KorvArgWord>(p);
-}
-
-const char *text(KorvArgWord w)
-{
-    return reinterpret_cast<const char *>(w);
-}
-
-size_t end_of(const KorvArgWord *list)
-{
-    size_t n = 0;
-    while (list[n] != KORV_ARG_END)
-        n++;
-    return n;
-}
 
 struct Heap {
     KorvSmallHeap *h = KorvSmallHeapInit();

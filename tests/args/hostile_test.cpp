@@ -3,28 +3,7 @@
 #include <gtest/gtest.h>
 #include <string.h>
 #include <kvsup.h>
-
-namespace {
-
-KorvArgWord W(const void *p)
-{
-    return reinterpret_cast<KorvArgWord>(p);
-}
-
-const char *text(KorvArgWord w)
-{
-    return reinterpret_cast<const char *>(w);
-}
-
-size_t end_of(const KorvArgWord *list)
-{
-    size_t n = 0;
-    while (list[n] != KORV_ARG_END)
-        n++;
-    return n;
-}
-
-} // namespace
+#include "arg_words.h"
 
 TEST(HostileArgs, NegativeCountUnpacksToNoValues)
 {
