@@ -2,6 +2,7 @@
 // KORV_TEMP, else the system's; "." stands in for an unusable one. Each
 // file is made exclusively and kept open by the handle that made it.
 #include "io_private.h"
+#include "env/env_setting.h"
 
 #include <string.h>
 
@@ -17,7 +18,8 @@ char *pick_directory(const char *hint) {
     if (sep) return KorvStrNDup(hint, sep == hint ? 1 : static_cast<size_t>(sep - hint));
     char *best = nullptr;
     uint64_t best_space = 0;
-    const char *list = KorvGetenv("KORV_TEMP");
+    // A copy: another thread may set the variable while the list is read.
+    char *list = korv::env_copy("KORV_TEMP");
     if (list) {
         const char *p = list;
         for (;;) {
@@ -39,6 +41,7 @@ char *pick_directory(const char *hint) {
             if (!end) break;
             p = end + 1;
         }
+        korv_internal_free(list);
     }
     return best ? best : KorvStrDup(kTempFallbackDir);
 }
