@@ -19,4 +19,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L ${KV_AARCH64_SYSROOT})
+# The loader looks in the cross runtime first: where the multiarch arm64 C
+# library is installed too (it brings the iconv converters the cross runtime
+# lacks), the system's loader cache would otherwise mix its libraries with
+# the cross runtime's loader.
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L ${KV_AARCH64_SYSROOT} -E LD_LIBRARY_PATH=/lib)

@@ -2,7 +2,10 @@
 kv_install_packages() {
     local missing=()
     for p in "$@"; do
-        dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
+        # dpkg-query answers for every installed architecture of a package
+        # (dpkg -s refuses a name installed for two of them).
+        dpkg-query -W -f='${Status}\n' "$p" 2>/dev/null | grep -q 'install ok installed' ||
+            missing+=("$p")
     done
     [ ${#missing[@]} -eq 0 ] && return 0
     echo "== installing: ${missing[*]}"

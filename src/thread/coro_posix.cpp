@@ -58,7 +58,7 @@ void coro_main(KorvCoro *c);
 // entry in r13; the entry never returns.
 extern "C" void korv_ctx_switch(void **save, void *to);
 asm(R"(
-  .text
+  .pushsection .text
   .p2align 4
   .type korv_ctx_switch,@function
 korv_ctx_switch:
@@ -92,6 +92,7 @@ korv_ctx_start:
   callq *%r13
   ud2
   .size korv_ctx_start,.-korv_ctx_start
+  .popsection
 )");
 extern "C" void korv_ctx_start(void);
 
@@ -126,7 +127,7 @@ void prepare(Context *ctx, void *stack, size_t size, KorvCoro *c) {
 // would bind to the start of the section for a local symbol).
 extern "C" [[gnu::visibility("hidden")]] void korv_ctx_switch(void **save, void *to);
 asm(R"(
-  .text
+  .pushsection .text
   .p2align 4
   .type korv_ctx_switch,%function
 korv_ctx_switch:
@@ -169,6 +170,7 @@ korv_ctx_start:
   blr x20
   brk #0x3e8
   .size korv_ctx_start,.-korv_ctx_start
+  .popsection
 )");
 extern "C" [[gnu::visibility("hidden")]] void korv_ctx_start(void);
 

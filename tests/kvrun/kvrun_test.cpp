@@ -20,11 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-#if defined(_WIN32)
-const bool kHavePng = false; // the Windows build has no libpng
-#else
-const bool kHavePng = true;
-#endif
+const bool kHavePng = KVRUN_HAVE_PNG; // as kvrun was built (never on Windows)
 
 // An image as plain samples: w x h pixels of c samples of `bits` bits.
 struct Image {
