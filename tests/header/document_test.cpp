@@ -1,28 +1,14 @@
 // Header documents on streams: the written text, reading up to the data,
 // the non-destructive read over every kind of stream, and arranging.
-#include <kvsup.h>
-
+#include "header/format_test_util.h"
 #include "core/alloc_testing.h"
 
-#include <gtest/gtest.h>
-
 #include <initializer_list>
-#include <string.h>
-#include <string>
 #include <vector>
 
 namespace {
 
 const std::string kDoc = "[ID]\nformat: h3-doc\nversion: 1\n\n[Raster]\npixels: 7\n\n[End]";
-
-std::string rest(KorvIO *io)
-{
-    std::string s;
-    char c;
-    while (io->read(io, &c, 1) == 1)
-        s += c;
-    return s;
-}
 
 std::vector<std::string> top_names(const KorvCMNode *n)
 {
@@ -42,7 +28,7 @@ TEST(HeaderDocument, WriteThenReadLeavesTheDataBytes)
     KorvIO *out = KorvIO_Mem(0);
     ASSERT_EQ(KVHdrWrite(tree, out), 1u);
     out->seek(out, 0, 0);
-    EXPECT_EQ(rest(out), kDoc + "\f\n");
+    EXPECT_EQ(rest_of(out), kDoc + "\f\n");
     out->close(out);
     EXPECT_EQ(KVHdrFree(tree), 1u);
     EXPECT_EQ(KVHdrFree(nullptr), 0u);
@@ -53,7 +39,7 @@ TEST(HeaderDocument, WriteThenReadLeavesTheDataBytes)
     tree = reinterpret_cast<KorvCMNode *>(1); // not looked at
     ASSERT_EQ(KVHdrRead(in, &tree), 1u);
     EXPECT_STREQ(KVHdrGetHeaderParam(tree, "Raster", "pixels"), "7");
-    EXPECT_EQ(rest(in), "DATA\f\n");
+    EXPECT_EQ(rest_of(in), "DATA\f\n");
     in->close(in);
     KVHdrFree(tree);
 }
@@ -76,7 +62,7 @@ TEST(HeaderDocument, BadAndTruncatedDocuments)
         KorvCMNode *tree = nullptr;
         EXPECT_EQ(KVHdrRead(in, &tree), c.result) << c.text;
         EXPECT_EQ(tree != nullptr, c.result == 1) << c.text;
-        EXPECT_EQ(rest(in), c.left) << c.text;
+        EXPECT_EQ(rest_of(in), c.left) << c.text;
         KorvFreeUserCMData(tree);
         in->close(in);
     }
@@ -90,7 +76,7 @@ void check_non_destructive(KorvIO *in, const std::string &doc, const std::string
     uint64_t size = 0;
     ASSERT_EQ(KVHdrNonDestructiveRead(in, &tree, &block, &size), 1u);
     EXPECT_EQ(std::string(static_cast<char *>(block), size), doc);
-    EXPECT_EQ(rest(in), data);
+    EXPECT_EQ(rest_of(in), data);
     KorvIO *replay = KorvIO_Str(static_cast<char *>(block), size);
     KorvCMNode *again = nullptr;
     ASSERT_EQ(KVHdrRead(replay, &again), 1u);
@@ -105,23 +91,18 @@ TEST(HeaderDocument, NonDestructiveReadOnEveryStream)
 {
     const std::string doc = kDoc + "xx\f\n", data(600, 'd');
     std::string all = doc + data;
-    KorvIO *str = KorvIO_Str(all.data(), all.size());
-    check_non_destructive(str, doc, data);
-    str->close(str);
-
-    for (KorvIO *io : {KorvIO_Mem(0), KorvIO_Mktemp("h3doc")}) {
+    KorvSmartBuffer *sb = KorvSBInit(1, 256);
+    KorvSBAppend(sb, all.data(), all.size());
+    KorvIO *filled[] = {KorvIO_Mem(0), KorvIO_Mktemp("h3doc")};
+    for (KorvIO *io : filled) {
         ASSERT_NE(io, nullptr);
         KorvIOWriteBytes(io, all.data(), all.size());
         io->seek(io, 0, 0);
+    }
+    for (KorvIO *io : {KorvIO_Str(all.data(), all.size()), filled[0], filled[1], KorvIO_SB(sb)}) {
         check_non_destructive(io, doc, data);
         io->close(io);
     }
-
-    KorvSmartBuffer *sb = KorvSBInit(1, 256);
-    KorvSBAppend(sb, all.data(), all.size());
-    KorvIO *sbio = KorvIO_SB(sb);
-    check_non_destructive(sbio, doc, data);
-    sbio->close(sbio);
     KorvSBFree(sb);
 }
 

@@ -68,6 +68,18 @@ inline void free_header(KorvGenericHeader *h)
         h->free(h);
 }
 
+// A chunk over the bytes of a string or of a vector of bytes.
+template <typename Bytes>
+KorvChunk chunk_of(const Bytes &bytes, uint32_t aux = 0, uint32_t flags = 0)
+{
+    KorvChunk c{};
+    c.data = (unsigned char *)bytes.data();
+    c.size = static_cast<uint32_t>(bytes.size());
+    c.aux = aux;
+    c.flags = flags;
+    return c;
+}
+
 // A stream that refuses every write (and reads as empty).
 struct BrokenIO {
     KorvIO io{};

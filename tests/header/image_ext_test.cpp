@@ -30,16 +30,6 @@ struct ImageExt : ::testing::Test {
     }
 };
 
-KorvChunk chunk_of(std::vector<unsigned char> &data, uint32_t lines, uint32_t flags = 0)
-{
-    KorvChunk c{};
-    c.data = data.data();
-    c.size = static_cast<uint32_t>(data.size());
-    c.aux = lines;
-    c.flags = flags;
-    return c;
-}
-
 TEST_F(ImageExt, WritesItsDocumentAfterTheHeadersOwnParameters)
 {
     shape(3, 0, {8, 16, 8}, KORV_INTERLEAVE_SCANLINE); // no scanlines label for 0 lines

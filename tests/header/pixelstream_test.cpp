@@ -109,10 +109,7 @@ TEST_F(Pixels, EveryWidthRoundTripsThroughAFile)
         std::vector<unsigned char> data(5 * 2 * bits / 8);
         for (size_t i = 0; i < data.size(); i++) // floats of 2.0 for the real widths
             data[i] = static_cast<unsigned char>(bits >= 32 ? (i % 4 == 3 ? 0x40 : 0) : i * 37);
-        KorvChunk out{};
-        out.data = data.data();
-        out.size = static_cast<uint32_t>(data.size());
-        out.aux = 5;
+        KorvChunk out = chunk_of(data, 5);
         KorvIO *io = KorvIO_FileName(file.c_str(), "w");
         ASSERT_EQ(KVHdrWrite_Header(h, &m, io), 1u);
         ASSERT_EQ(KVHdrFromChunk(&m, h, io, &out), 1u);

@@ -64,6 +64,30 @@ struct Outcome {
     std::vector<uint32_t> strips; // lines of each output strip
 };
 
+// The input header list of an image (samples of `bits`, or the image's own).
+KorvGenericHeader **headers_of(const Image &in, uint32_t bits = 0)
+{
+    KorvGenericHeader **headers = nullptr;
+    KorvAllocHeaders(&headers, 1, sizeof(KorvGenericHeader));
+    KorvGenericHeader *hd = headers[0];
+    hd->kind = KORV_KIND_PIXELS;
+    hd->dimensions = 2;
+    hd->pixels = in.w;
+    hd->scanlines = in.h;
+    hd->imageParts[0] = in.c;
+    for (uint32_t k = 0; k < in.c; k++)
+        hd->bitsPerSample[k] = bits ? bits : in.bits;
+    hd->interleave = KORV_INTERLEAVE_PIXEL;
+    hd->colorSpace = KorvGetDefaultColor(in.c);
+    KorvHeaderFillInBytes(hd);
+    return headers;
+}
+
+std::string message_of(KorvState *st)
+{
+    return KorvGetErrorMsg(st) ? KorvGetErrorMsg(st) : "";
+}
+
 class Kvfx : public ::testing::Test {
 protected:
     static KorvLibrary lib;
@@ -84,98 +108,65 @@ protected:
                 uint32_t bits = 0)
     {
         Outcome o;
-        KorvModule *m = module(name);
-        if (!m) {
-            o.message = "no such function";
-            return o;
-        }
-        KorvGenericHeader **headers = nullptr;
-        KorvAllocHeaders(&headers, 1, sizeof(KorvGenericHeader));
-        KorvGenericHeader *hd = headers[0];
-        hd->kind = KORV_KIND_PIXELS;
-        hd->dimensions = 2;
-        hd->pixels = in.w;
-        hd->scanlines = in.h;
-        hd->imageParts[0] = in.c;
-        for (uint32_t k = 0; k < in.c; k++)
-            hd->bitsPerSample[k] = bits ? bits : in.bits;
-        hd->interleave = KORV_INTERLEAVE_PIXEL;
-        hd->colorSpace = KorvGetDefaultColor(in.c);
-        KorvHeaderFillInBytes(hd);
+        KorvGenericHeader **headers = headers_of(in, bits);
         std::vector<KorvArgWord> list;
-        for (auto &a : args) {
-            list.push_back((KorvArgWord)a.first.c_str());
-            list.push_back((KorvArgWord)a.second.c_str());
-            list.push_back(KORV_ARG_NULL);
-        }
+        for (auto &a : args)
+            list.insert(list.end(), {(KorvArgWord)a.first.c_str(), (KorvArgWord)a.second.c_str(),
+                                     KORV_ARG_NULL});
         list.insert(list.end(), {(KorvArgWord) "input:h", (KorvArgWord)headers, KORV_ARG_NULL,
                                  KORV_ARG_END});
         KorvState *st = nullptr;
-        uint32_t r = KorvCallInit(m->init, list.data(), &st);
+        KorvModule *m = module(name);
+        EXPECT_NE(m, nullptr) << name;
+        uint32_t r = m ? KorvCallInit(m->init, list.data(), &st) : 0;
         KorvFreeArray(reinterpret_cast<void **>(headers));
         if (r != 1) {
             EXPECT_EQ(r, 0u);
             if (st) {
-                o.message = KorvGetErrorMsg(st) ? KorvGetErrorMsg(st) : "";
+                o.message = message_of(st);
                 EXPECT_EQ(KorvCallEnd(st), 1u);
             }
             return o;
         }
         KorvGenericHeader *oh = st->outputHeaders[0];
         EXPECT_EQ(st->outputHeaders[1], nullptr);
-        o.out.w = oh->pixels;
-        o.out.h = oh->scanlines;
-        o.out.c = oh->imageParts[0] + oh->imageParts[1] + oh->imageParts[2];
-        o.out.bits = oh->bitsPerSample[0];
+        o.out = {oh->pixels, oh->scanlines,
+                 oh->imageParts[0] + oh->imageParts[1] + oh->imageParts[2], oh->bitsPerSample[0], {}};
         const uint32_t outLine = KorvHeaderGetTotalBytes(oh);
         EXPECT_EQ(outLine, o.out.w * o.out.c * o.out.bits / 8);
         std::vector<unsigned char> data = bytes_of(in), got;
         const uint32_t inLine = in.w * in.c * in.bits / 8;
-        uint32_t step = lines ? lines : in.h;
-        auto take = [&](void *d, uint32_t size, uint32_t n) {
-            EXPECT_EQ(size, n * outLine);
-            if (n)
-                got.insert(got.end(), (unsigned char *)d, (unsigned char *)d + size);
-            o.strips.push_back(n);
-        };
+        const uint32_t step = lines ? lines : in.h;
+        // Strips while input lasts, then ends until the state says it is done.
         bool failed = false;
-        for (uint32_t y = 0; y < in.h && !failed; y += step) {
-            uint32_t n = std::min(step, in.h - y);
+        for (uint32_t y = 0, calls = 0; calls < 100000; y += step, calls++) {
+            const bool end = y >= in.h;
+            const uint32_t n = end ? 0 : std::min(step, in.h - y);
             void *d = nullptr;
             uint32_t size = 0, outN = 0;
-            r = KorvProcessSISO(st, &data[(size_t)y * inLine], n * inLine, n, &d, &size, &outN);
-            failed = r != 1;
-            if (!failed)
-                take(d, size, outN);
-        }
-        for (int guard = 0; !failed && guard < 100000; guard++) {
-            void *d = nullptr;
-            uint32_t size = 0, outN = 0;
-            r = KorvProcessSISO(st, nullptr, 0, 0, &d, &size, &outN);
-            if (r != 1 && r != 2) {
-                failed = true;
+            r = KorvProcessSISO(st, end ? nullptr : &data[(size_t)y * inLine], n * inLine, n, &d,
+                                &size, &outN);
+            failed = r != 1 && !(end && r == 2);
+            if (failed)
                 break;
-            }
-            take(d, size, outN);
-            if (r == 1)
+            EXPECT_EQ(size, outN * outLine);
+            if (outN)
+                got.insert(got.end(), (unsigned char *)d, (unsigned char *)d + size);
+            o.strips.push_back(outN);
+            if (end && r == 1)
                 break;
         }
-        if (failed)
-            o.message = KorvGetErrorMsg(st) ? KorvGetErrorMsg(st) : "";
+        o.ok = !failed && r == 1;
+        if (!o.ok)
+            o.message = message_of(st);
         EXPECT_EQ(KorvCallEnd(st), 1u);
-        if (failed)
-            return o;
-        size_t samples = got.size() / (o.out.bits / 8);
-        for (size_t i = 0; i < samples; i++) {
-            uint16_t s = 0;
-            if (o.out.bits == 8)
-                s = got[i];
-            else
-                memcpy(&s, &got[2 * i], 2);
+        for (size_t i = 0; o.ok && i < got.size(); i += o.out.bits / 8) {
+            uint16_t s = got[i];
+            if (o.out.bits == 16)
+                memcpy(&s, &got[i], 2);
             o.out.v.push_back(s);
         }
-        EXPECT_EQ(o.out.v.size(), (size_t)o.out.w * o.out.h * o.out.c);
-        o.ok = true;
+        EXPECT_EQ(o.out.v.size(), o.ok ? (size_t)o.out.w * o.out.h * o.out.c : 0);
         return o;
     }
 
@@ -409,27 +400,30 @@ TEST_F(Kvfx, BoxblurOverStrips)
 
 TEST_F(Kvfx, BadArgumentsAndInputAreReported)
 {
-    Image rgb = make(4, 4, 3, 8);
-    EXPECT_EQ(error("levels", {{"gain:s", "abc"}}, rgb),
-              "levels: argument 'gain' is not a number: 'abc'");
-    EXPECT_EQ(error("levels", {{"gain:s", "1 1.5x"}}, rgb),
-              "levels: argument 'gain' is not a number: '1.5x'");
-    EXPECT_EQ(error("levels", {{"offset:s", "1 2"}}, rgb),
-              "levels: argument 'offset' takes 1 value or 3 (one per channel), not 2");
-    EXPECT_EQ(error("levels", {{"gain:s", " "}}, rgb), "levels: argument 'gain' has no value");
-    EXPECT_EQ(error("boxblur", {{"r:s", "1.5"}}, rgb),
-              "boxblur: argument 'r' is not an integer: '1.5'");
-    EXPECT_EQ(error("boxblur", {{"r:s", "-1"}}, rgb),
-              "boxblur: argument 'r' must lie between 0 and 10000: '-1'");
-    EXPECT_EQ(error("convert", {{"bits:s", "12"}}, rgb),
-              "convert: argument 'bits' must be 8 or 16: '12'");
-    EXPECT_EQ(error("convert", {}, rgb), "convert: argument 'bits' is missing (8 or 16)");
-    EXPECT_EQ(error("threshold", {{"level:s", "256"}}, rgb),
-              "threshold: argument 'level' must lie between 0 and 255: '256'");
-    EXPECT_EQ(error("grey", {}, make(4, 4, 2, 8)),
-              "grey: the input must be RGB or RGBA (3 or 4 channels), not 2 channels");
-    EXPECT_EQ(error("grey", {{"weights:s", "1 1"}}, rgb),
-              "grey: argument 'weights' takes 3 values (red, green, blue), not 2");
+    const Image rgb = make(4, 4, 3, 8), two = make(4, 4, 2, 8);
+    const struct {
+        const char *name;
+        Args args;
+        const Image &in;
+        const char *message;
+    } cases[] = {
+        {"levels", {{"gain:s", "abc"}}, rgb, "levels: argument 'gain' is not a number: 'abc'"},
+        {"levels", {{"gain:s", "1 1.5x"}}, rgb, "levels: argument 'gain' is not a number: '1.5x'"},
+        {"levels", {{"offset:s", "1 2"}}, rgb,
+         "levels: argument 'offset' takes 1 value or 3 (one per channel), not 2"},
+        {"levels", {{"gain:s", " "}}, rgb, "levels: argument 'gain' has no value"},
+        {"boxblur", {{"r:s", "1.5"}}, rgb, "boxblur: argument 'r' is not an integer: '1.5'"},
+        {"boxblur", {{"r:s", "-1"}}, rgb, "boxblur: argument 'r' must lie between 0 and 10000: '-1'"},
+        {"convert", {{"bits:s", "12"}}, rgb, "convert: argument 'bits' must be 8 or 16: '12'"},
+        {"convert", {}, rgb, "convert: argument 'bits' is missing (8 or 16)"},
+        {"threshold", {{"level:s", "256"}}, rgb,
+         "threshold: argument 'level' must lie between 0 and 255: '256'"},
+        {"grey", {}, two, "grey: the input must be RGB or RGBA (3 or 4 channels), not 2 channels"},
+        {"grey", {{"weights:s", "1 1"}}, rgb,
+         "grey: argument 'weights' takes 3 values (red, green, blue), not 2"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(error(c.name, c.args, c.in), c.message);
     EXPECT_EQ(error("invert", {}, rgb, 12),
               "invert: samples of 12 bits are not supported; 8 and 16 are");
 
@@ -446,17 +440,7 @@ TEST_F(Kvfx, StripsThatBreakTheProtocolFail)
 {
     Image in = make(4, 3, 1, 8);
     std::vector<unsigned char> data = bytes_of(in);
-    KorvGenericHeader **headers = nullptr;
-    KorvAllocHeaders(&headers, 1, sizeof(KorvGenericHeader));
-    KorvGenericHeader *hd = headers[0];
-    hd->kind = KORV_KIND_PIXELS;
-    hd->dimensions = 2;
-    hd->pixels = 4;
-    hd->scanlines = 3;
-    hd->imageParts[0] = 1;
-    hd->bitsPerSample[0] = 8;
-    hd->interleave = KORV_INTERLEAVE_PIXEL;
-    KorvHeaderFillInBytes(hd);
+    KorvGenericHeader **headers = headers_of(in);
     KorvArgWord list[] = {(KorvArgWord) "input:h", (KorvArgWord)headers, KORV_ARG_NULL,
                           KORV_ARG_END};
     void *d;
@@ -472,7 +456,7 @@ TEST_F(Kvfx, StripsThatBreakTheProtocolFail)
         for (int i = 0; i < ends && r == 1; i++)
             r = KorvProcessSISO(st, nullptr, 0, 0, &d, &size, &lines);
         EXPECT_EQ(r, 0u);
-        std::string m = KorvGetErrorMsg(st) ? KorvGetErrorMsg(st) : "";
+        std::string m = message_of(st);
         KorvCallEnd(st);
         return m;
     };

@@ -8,8 +8,6 @@
 
 namespace {
 
-using Strings = std::vector<std::string>;
-
 // Reads one descriptor from a text (the record is freed with the reader).
 struct Read {
     KorvFuncDesc *d = KorvAllocFuncDesc();
@@ -24,20 +22,27 @@ struct Read {
     KorvFuncDesc *operator->() const { return d; }
 };
 
-Strings strings(char **list)
+// Every field of a descriptor in one line, lists space-separated; "-" for a
+// missing value or list.
+std::string describe(const KorvFuncDesc *d)
 {
-    Strings out;
-    for (; list && *list; list++)
-        out.push_back(*list);
-    return out;
-}
-
-std::vector<int32_t> bits(const int32_t *list)
-{
-    std::vector<int32_t> out;
-    while (list && (out.empty() || out.back() != -1))
-        out.push_back(*list++);
-    return out;
+    auto text = [](const char *s) { return std::string(s ? s : "-"); };
+    auto list = [](char **l) {
+        if (!l)
+            return std::string("-");
+        std::string out;
+        for (; l && *l; l++)
+            out += (out.empty() ? "" : " ") + std::string(*l);
+        return out;
+    };
+    std::string b = d->bits ? "" : "-";
+    for (const int32_t *x = d->bits; x && *x != -1; x++)
+        b += (b.empty() ? "" : " ") + std::to_string(*x);
+    return text(d->name) + "|" + text(d->init) + "|" + list(d->args) + "|" +
+           list(d->colorSpaces) + "|" + b + "|" + list(d->tests) + "|" + list(d->formats) + "|" +
+           list(d->categories) + "|" + text(d->description) + "|" + text(d->documentation) + "|" +
+           std::to_string(d->inputs) + " " + std::to_string(d->outputs) + " " +
+           std::to_string(d->synchronous) + "|" + std::to_string(d->interleaves);
 }
 
 } // namespace
@@ -48,18 +53,9 @@ TEST(FuncDesc, ReadsOneSection)
            "interleave: pixel scanline\ndocumentation: {see <blur>}\ncategory: a  b\r\n"
            "arg: radius:d\n[Other]\ninit: no\n");
     EXPECT_EQ(d.result, 1u);
-    EXPECT_STREQ(d->name, "Blur");
-    EXPECT_STREQ(d->init, "BlurInit");
     // An unquoted colon ends the value; the rest of its line is ignored.
-    EXPECT_EQ(strings(d->args), (Strings{"radius:d", "sigma:f", "radius"}));
-    EXPECT_EQ(bits(d->bits), (std::vector<int32_t>{8, 16, -1}));
-    EXPECT_EQ(d->interleaves, 3u);
-    EXPECT_EQ(d->inputs, 1);
-    EXPECT_EQ(d->outputs, 1);
-    EXPECT_EQ(d->synchronous, 1);
-    EXPECT_EQ(d->colorSpaces, nullptr);
-    EXPECT_STREQ(d->documentation, "{see <blur>}");
-    EXPECT_EQ(strings(d->categories), (Strings{"a", "b"}));
+    EXPECT_EQ(describe(d.d),
+              "Blur|BlurInit|radius:d sigma:f radius|-|8 16|-|-|a b|-|{see <blur>}|1 1 1|3");
 
     // The second header ends the first read and is consumed by it.
     std::string two = "[One]\ninit: a\n[Two]\ninit: b\n";
@@ -81,25 +77,16 @@ TEST(FuncDesc, ValueRules)
 {
     Read a("synchronous: TRUE\nsynchronous: no\ncspace: any\nbit: anything\ninterleave: any\n"
            "input: 2\ninit: a\noutput: 0\ninput: 3\ninit: b\noutput: 5\nunknown: x\n");
-    EXPECT_EQ(a->synchronous, 0); // every occurrence applies
-    EXPECT_EQ(a->colorSpaces, nullptr);
-    EXPECT_EQ(a->bits, nullptr);
-    EXPECT_EQ(a->interleaves, 15u);
-    EXPECT_EQ(a->inputs, 2); // the first input, output and init win
-    EXPECT_EQ(a->outputs, 0);
-    EXPECT_STREQ(a->init, "a");
+    // Every synchronous applies; the first input, output and init win.
+    EXPECT_EQ(describe(a.d), "-|a|-|-|-|-|-|-|-|-|2 0 0|15");
 
     // Later lists replace earlier ones; words without meaning add nothing;
     // a value without words leaves the field as it was.
     Read b("cspace: rgb\ncspaces: gray\tcmyk\ncategories: a\ncategories: \"  \"\nbit: 32 x\n"
            "bits: \" \"\ninterleave: bogus\ninterleaves: \"\"\ntest: 1\ntest: 2\ntest: 3\n"
            "test: 4\ntest: 5\ndescription: \"" + std::string(3000, 'v') + "\"\n");
-    EXPECT_EQ(strings(b->colorSpaces), (Strings{"gray", "cmyk"}));
-    EXPECT_EQ(strings(b->categories), (Strings{"a"}));
-    EXPECT_EQ(bits(b->bits), (std::vector<int32_t>{32, 0, -1}));
-    EXPECT_EQ(b->interleaves, 0u);
-    EXPECT_EQ(strings(b->tests), (Strings{"1", "2", "3", "4", "5"}));
-    EXPECT_EQ(strlen(b->description), 2048u); // cut at the value buffer
+    EXPECT_EQ(describe(b.d), "-|-|-|gray cmyk|32 0|1 2 3 4 5|-|a|" + std::string(2048, 'v') +
+                                 "|-|1 1 1|0"); // the description cut at the value buffer
 
     Read cut("[Cut]\narg: x\ninit:");
     EXPECT_EQ(cut.result, 0u);
@@ -136,19 +123,7 @@ TEST(FuncDesc, CopyIsDeepAndAllocationFailuresFailCleanly)
             }
             KorvFreeFuncDesc(d); // the copy outlives its source
             EXPECT_EQ(c->free, &KorvFreeFuncDesc);
-            EXPECT_STREQ(c->name, "F");
-            EXPECT_STREQ(c->init, "lib!F");
-            EXPECT_EQ(c->user, 0xABCDu);
-            EXPECT_EQ(strings(c->args), (Strings{"a", "b", "c", "d", "e"}));
-            EXPECT_EQ(strings(c->colorSpaces), (Strings{"x", "y"}));
-            EXPECT_EQ(bits(c->bits), (std::vector<int32_t>{8, -1}));
-            EXPECT_EQ(strings(c->tests), Strings{"t"});
-            EXPECT_EQ(strings(c->formats), Strings{"f"});
-            EXPECT_EQ(strings(c->categories), Strings{"c"});
-            EXPECT_STREQ(c->description, "d");
-            EXPECT_STREQ(c->documentation, "doc");
-            EXPECT_EQ(c->inputs * 100 + c->outputs * 10 + c->synchronous, 230);
-            EXPECT_EQ(c->interleaves, 4u);
+            EXPECT_EQ(describe(c), "F|lib!F|a b c d e|x y|8|t|f|c|d|doc|2 3 0|4");
             c->free(c);
             break;
         }

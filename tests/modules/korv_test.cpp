@@ -63,7 +63,7 @@ std::vector<unsigned char> run(KorvModule *m, Image &img, uint32_t lines) {
 
 } // namespace
 
-TEST(KorvBundle, CopyAndInvertStripByStrip) {
+TEST(KorvBundle, EntriesCopyAndInvertStripByStrip) {
     KorvModLoader *l = nullptr;
     ASSERT_EQ(KorvBasicModLoaderCreate(&l), 1u);
     ASSERT_EQ(KorvBasicModLoaderAddLibrary(l, "korv"), 1u);
@@ -71,6 +71,15 @@ TEST(KorvBundle, CopyAndInvertStripByStrip) {
     KorvModule *invert = l->findModule(l, "invert");
     ASSERT_NE(copy, nullptr);
     ASSERT_NE(invert, nullptr);
+    // The bundle's entries are the default library's own init functions.
+    void *init = nullptr;
+    EXPECT_EQ(KorvRetrieveInit("korv!KorvInvertInit", &init), 1u);
+    EXPECT_EQ(init, reinterpret_cast<void *>(invert->init));
+    EXPECT_EQ(KorvRetrieveInit("KorvCopyInit", &init), 1u);
+    EXPECT_EQ(init, reinterpret_cast<void *>(copy->init));
+    EXPECT_EQ(KorvRetrieveInit("KorvNoSuchInit", &init), 0u);
+    EXPECT_EQ(init, nullptr);
+    EXPECT_NE(invert->descriptor, nullptr);
     for (uint32_t bits : {8u, 16u}) {
         Image img(13, 7, 3, bits);
         std::vector<unsigned char> inverted(img.bytes);

@@ -59,12 +59,6 @@ struct DebugLog {
         out.swap(lines);
         return out;
     }
-    size_t count(const std::string &line) {
-        std::lock_guard<std::mutex> lock(mutex);
-        size_t n = 0;
-        for (const auto &l : lines) n += l == line;
-        return n;
-    }
 };
 
 // A scratch directory in the build tree, removed with its content.
