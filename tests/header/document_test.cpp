@@ -8,7 +8,7 @@
 
 namespace {
 
-const std::string kDoc = "[ID]\nformat: h3-doc\nversion: 1\n\n[Raster]\npixels: 7\n\n[End]";
+const std::string kDoc = "[ID]\nformat: test-doc\nversion: 1\n\n[Raster]\npixels: 7\n\n[End]";
 
 std::vector<std::string> top_names(const KorvCMNode *n)
 {
@@ -20,7 +20,7 @@ std::vector<std::string> top_names(const KorvCMNode *n)
 
 TEST(HeaderDocument, WriteThenReadLeavesTheDataBytes)
 {
-    KorvCMNode *tree = KVHdrSetHeaderParam(nullptr, "ID", "format", "h3-doc");
+    KorvCMNode *tree = KVHdrSetHeaderParam(nullptr, "ID", "format", "test-doc");
     tree = KVHdrSetHeaderParam(tree, "ID", "version", "1");
     tree = KVHdrSetHeaderParam(tree, "Raster", "pixels", "7");
     KorvCMNode *last = nullptr;
@@ -80,7 +80,7 @@ void check_non_destructive(KorvIO *in, const std::string &doc, const std::string
     KorvIO *replay = KorvIO_Str(static_cast<char *>(block), size);
     KorvCMNode *again = nullptr;
     ASSERT_EQ(KVHdrRead(replay, &again), 1u);
-    EXPECT_STREQ(KVHdrGetHeaderParam(again, "ID", "format"), "h3-doc");
+    EXPECT_STREQ(KVHdrGetHeaderParam(again, "ID", "format"), "test-doc");
     replay->close(replay);
     KVHdrFree(again);
     KVHdrFree(tree);
@@ -93,7 +93,7 @@ TEST(HeaderDocument, NonDestructiveReadOnEveryStream)
     std::string all = doc + data;
     KorvSmartBuffer *sb = KorvSBInit(1, 256);
     KorvSBAppend(sb, all.data(), all.size());
-    KorvIO *filled[] = {KorvIO_Mem(0), KorvIO_Mktemp("h3doc")};
+    KorvIO *filled[] = {KorvIO_Mem(0), KorvIO_Mktemp("testdoc")};
     for (KorvIO *io : filled) {
         ASSERT_NE(io, nullptr);
         KorvIOWriteBytes(io, all.data(), all.size());

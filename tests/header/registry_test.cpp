@@ -10,7 +10,7 @@
 
 namespace {
 
-// A small test format "h3-doc" "1": the raster width in "Raster"/"pixels".
+// A small test format "test-doc" "1": the raster width in "Raster"/"pixels".
 uint32_t fake_create(KorvGenericHeader **header)
 {
     *header = static_cast<KorvGenericHeader *>(korv_internal_calloc(1, sizeof **header));
@@ -33,7 +33,7 @@ uint32_t fake_from_header(KorvGenericHeader *header, KorvCMNode **tree)
 {
     KorvCMNode *last;
     *tree = KorvMergeUserCMData(*tree, nullptr, "End", nullptr, &last);
-    *tree = KVHdrSetHeaderParam(*tree, "ID", "format", "h3-doc");
+    *tree = KVHdrSetHeaderParam(*tree, "ID", "format", "test-doc");
     *tree = KVHdrSetHeaderParam(*tree, "ID", "version", "1");
     int32_t pixels = static_cast<int32_t>(header->pixels);
     *tree = KVHdrSetHeaderInts(*tree, "Raster", "pixels", &pixels, 1, 1);
@@ -78,29 +78,29 @@ TEST(HeaderRegistry, ReplaceFillUnregister)
     KVHdrManager other = kFake, got{};
     other.emitChunk = other_emit;
     void *h[4] = {}, *again = nullptr;
-    ASSERT_EQ(KVHdrRegisterManager("h3-a", "1", &kFake, &h[0]), 1u);
-    ASSERT_EQ(KVHdrRegisterManager("H3-A", "1", &other, &again), 1u);
+    ASSERT_EQ(KVHdrRegisterManager("fmt-a", "1", &kFake, &h[0]), 1u);
+    ASSERT_EQ(KVHdrRegisterManager("FMT-A", "1", &other, &again), 1u);
     EXPECT_EQ(again, h[0]); // replaced in place
-    EXPECT_STREQ(static_cast<const char *>(h[0]), "H3-A");
-    ASSERT_EQ(KVHdrGetManager_Str("h3-a", "1", &got), 1u);
+    EXPECT_STREQ(static_cast<const char *>(h[0]), "FMT-A");
+    ASSERT_EQ(KVHdrGetManager_Str("fmt-a", "1", &got), 1u);
     EXPECT_EQ(got.emitChunk, other_emit);
 
     // Three more new formats fill the free entries; a fifth one fails,
     // while replacing still works.
     for (int i = 1; i < 4; i++)
-        ASSERT_EQ(KVHdrRegisterManager(("h3-" + std::to_string(i)).c_str(), "1", &kFake, &h[i]), 1u);
+        ASSERT_EQ(KVHdrRegisterManager(("fmt-" + std::to_string(i)).c_str(), "1", &kFake, &h[i]), 1u);
     again = nullptr;
-    EXPECT_EQ(KVHdrRegisterManager("h3-fifth", "1", &kFake, &again), 0u);
+    EXPECT_EQ(KVHdrRegisterManager("fmt-fifth", "1", &kFake, &again), 0u);
     EXPECT_EQ(again, nullptr);
-    EXPECT_EQ(KVHdrRegisterManager("h3-1", "1", &other, &again), 1u);
+    EXPECT_EQ(KVHdrRegisterManager("fmt-1", "1", &other, &again), 1u);
     EXPECT_EQ(again, h[1]);
     // Registrations carry no type: -1 finds the built-in "internal" "2.0".
     EXPECT_EQ(KVHdrGetManager_Type(-1, &got), 1u);
     EXPECT_NE(got.emitChunk, other_emit);
 
     EXPECT_EQ(KVHdrUnregisterManager(h[0]), 1u);
-    EXPECT_EQ(KVHdrGetManager_Str("h3-a", "1", &got), 0u);
-    EXPECT_EQ(KVHdrRegisterManager("h3-fifth", "1", &kFake, &again), 1u);
+    EXPECT_EQ(KVHdrGetManager_Str("fmt-a", "1", &got), 0u);
+    EXPECT_EQ(KVHdrRegisterManager("fmt-fifth", "1", &kFake, &again), 1u);
     EXPECT_EQ(again, h[0]); // the freed entry is used again
     for (void *p : h)
         EXPECT_EQ(KVHdrUnregisterManager(p), 1u);
@@ -110,7 +110,7 @@ TEST(HeaderRegistry, ReplaceFillUnregister)
 
 TEST(HeaderRegistry, NamesAreSignificantTo32CharactersAndNeedAVersion)
 {
-    const std::string name = "h3-format-name-that-is-forty-chars-long!";
+    const std::string name = "fmt-format-name-that-is-forty-chars-long!";
     void *handle = nullptr;
     ASSERT_EQ(KVHdrRegisterManager(name.c_str(), "1", &kFake, &handle), 1u);
     EXPECT_EQ(memcmp(handle, name.data(), 32), 0);
@@ -132,7 +132,7 @@ TEST(HeaderRegistry, NamesAreSignificantTo32CharactersAndNeedAVersion)
 TEST(HeaderConvert, WriteAndReadThroughTheRegistry)
 {
     void *handle = nullptr;
-    ASSERT_EQ(KVHdrRegisterManager("h3-doc", "1", &kFake, &handle), 1u);
+    ASSERT_EQ(KVHdrRegisterManager("test-doc", "1", &kFake, &handle), 1u);
     KorvGenericHeader *h = nullptr;
     ASSERT_EQ(KVHdrCreateHeader(&kFake, &h), 1u);
     EXPECT_EQ(h->emitChunk, fake_emit); // the entries travel with the header
@@ -145,7 +145,7 @@ TEST(HeaderConvert, WriteAndReadThroughTheRegistry)
     io->seek(io, 0, 0);
     // The header's parameters come first; "ID" moves to the front and
     // "End" to the back.
-    const std::string doc = "[ID]\nformat: h3-doc\nversion: 1\n\n[Extra]\nnote: kept\n\n"
+    const std::string doc = "[ID]\nformat: test-doc\nversion: 1\n\n[Extra]\nnote: kept\n\n"
                             "[Raster]\npixels: 640\n\n[End]\f\n";
     KVHdrManager found{};
     KorvGenericHeader *back = nullptr;
@@ -229,7 +229,7 @@ uint32_t pair_to(KorvCMNode *tree, void *record)
 uint32_t pair_from(void *record, KorvCMNode **tree)
 {
     *tree = KVHdrSetHeaderInts(*tree, "P", "ab", static_cast<int32_t *>(record), 2, 2);
-    *tree = KVHdrSetHeaderParam(*tree, "ID", "format", "h3-pair");
+    *tree = KVHdrSetHeaderParam(*tree, "ID", "format", "fmt-pair");
     *tree = KVHdrSetHeaderParam(*tree, "ID", "version", "2");
     KorvCMNode *last;
     *tree = KorvMergeUserCMData(*tree, nullptr, "End", nullptr, &last);
@@ -241,7 +241,7 @@ TEST(HeaderConvert, RecordForms)
     const KVHdrManager m = {pair_to, nullptr, pair_from, nullptr, nullptr,
                             nullptr, nullptr, nullptr, nullptr};
     void *handle = nullptr;
-    ASSERT_EQ(KVHdrRegisterManager("h3-pair", "2", &m, &handle), 1u);
+    ASSERT_EQ(KVHdrRegisterManager("fmt-pair", "2", &m, &handle), 1u);
     int32_t in[2] = {3, -4}, out[2] = {};
     KorvIO *io = KorvIO_Mem(0);
     ASSERT_EQ(KVHdrWrite_Struct(in, &m, io), 1u);
