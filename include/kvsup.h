@@ -1025,7 +1025,7 @@ KORV_API KorvCMNode *KorvUserCMDupData(const KorvCMNode *node);
  * Processing functions live in bundles, shared libraries with three entry
  * symbols named after the bundle, each function described by a descriptor
  * document. The module loader opens bundles and finds functions by name;
- * the library cache resolves "library!symbol" specifications.
+ * the library cache resolves "library!symbol" entry names.
  * ====================================================================== */
 
 /* -- function descriptors -- */
@@ -1130,8 +1130,8 @@ KORV_API uint32_t KorvDLSymbolLookup(KorvLibrary handle, const char *symbol, voi
 KORV_API char *KorvGetLibraryBaseName(const char *path);
 /* "lib1,lib2!symbol" or "symbol" in the default library: 1 found, 0 not
  * found, -1 no library opened. Libraries are kept in a process-wide cache. */
-KORV_API uint32_t KorvRetrieveFunc(const char *spec, const char *defaultLibrary, void **pointer);
-KORV_API uint32_t KorvRetrieveInit(const char *spec, void **pointer);
+KORV_API uint32_t KorvRetrieveFunc(const char *entry, const char *defaultLibrary, void **pointer);
+KORV_API uint32_t KorvRetrieveInit(const char *entry, void **pointer);
 
 /* -- bundles and the module loader -- */
 /* What a bundle's module entry hands out for one function. The first two

@@ -1,6 +1,6 @@
 /*
  * korv: the default library of the engine's basic functions, the library a
- * function specification without a library name resolves in. It is a bundle
+ * function's entry name without a library name resolves in. It is a bundle
  * like any other (entry symbols named after "korv", major version 5) whose
  * init entries are also exported by their own names (KorvCopyInit, ...).
  *

@@ -1,5 +1,5 @@
-// The process-wide cache of libraries opened through a function
-// specification, and the resolution of "lib1,lib2!symbol" specifications.
+// The process-wide cache of libraries opened through a function's entry
+// name, and the resolution of "lib1,lib2!symbol" entry names.
 //
 // A library is identified by the hash and length of its name only: two
 // names that agree in both share one cached module. Every cache access, load
@@ -108,15 +108,13 @@ uint32_t lookup(void *module, const char *symbol, void **pointer)
     return found ? 1 : 0;
 }
 
-// Opens every library of the comma-separated list in spec[0, bang) and
+// Opens every library of the comma-separated list in entry[0, bang) and
 // returns the first; the last name falls back to the default library.
-void *open_list(const char *spec, size_t bang, const char *fallback)
+void *open_list(const char *entry, size_t bang, const char *fallback)
 {
-    char *list = static_cast<char *>(korv_internal_malloc(bang + 1));
+    char *list = KorvStrNDup(entry, bang);
     if (!list)
         return nullptr;
-    memcpy(list, spec, bang);
-    list[bang] = '\0';
     void *first = nullptr;
     char *name = list;
     for (;;) {
@@ -144,16 +142,16 @@ void *open_list(const char *spec, size_t bang, const char *fallback)
 
 extern "C" {
 
-KORV_API uint32_t KorvRetrieveFunc(const char *spec, const char *defaultLibrary, void **pointer)
+KORV_API uint32_t KorvRetrieveFunc(const char *entry, const char *defaultLibrary, void **pointer)
 {
     if (pointer)
         *pointer = nullptr;
-    if (!spec)
+    if (!entry)
         return kNotOpened;
     void *module = nullptr;
-    const char *symbol = spec;
-    if (const char *bang = strchr(spec, '!')) {
-        module = open_list(spec, static_cast<size_t>(bang - spec), defaultLibrary);
+    const char *symbol = entry;
+    if (const char *bang = strchr(entry, '!')) {
+        module = open_list(entry, static_cast<size_t>(bang - entry), defaultLibrary);
         symbol = bang + 1;
     } else if (defaultLibrary) {
         module = cache_open(defaultLibrary);
@@ -165,9 +163,9 @@ KORV_API uint32_t KorvRetrieveFunc(const char *spec, const char *defaultLibrary,
     return lookup(module, symbol, pointer);
 }
 
-KORV_API uint32_t KorvRetrieveInit(const char *spec, void **pointer)
+KORV_API uint32_t KorvRetrieveInit(const char *entry, void **pointer)
 {
-    return KorvRetrieveFunc(spec, "korv", pointer);
+    return KorvRetrieveFunc(entry, "korv", pointer);
 }
 
 } // extern "C"

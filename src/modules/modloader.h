@@ -37,7 +37,7 @@ KorvBundle *loader_find_bundle_locked(KorvModLoader *loader, const char *name);
  * kLoaderFailed; *bundle (when given) is the bundle added or found. */
 uint32_t loader_add_library_locked(KorvModLoader *loader, const char *path, KorvBundle **bundle);
 
-/* The bundle a "bundle!function" specification names: found by the base
+/* The bundle a "bundle!function" name names: found by the base
  * name of its text, or opened with the text as the path. Null on failure. */
 KorvBundle *loader_bundle_for_locked(KorvModLoader *loader, const char *text);
 

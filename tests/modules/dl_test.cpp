@@ -1,5 +1,5 @@
 // Library handles, base names, the library cache and function
-// specifications, over real test libraries.
+// entry names, over real test libraries.
 #include "modules/modules_test_util.h"
 
 #include <regex>
@@ -9,18 +9,18 @@ namespace {
 
 typedef int (*IntFn)(void);
 
-// The result of a specification and what the symbol found answers (-1 when
+// The result of an entry name and what the symbol found answers (-1 when
 // none was found).
 struct Resolved {
     uint32_t result;
     int answer;
 };
 
-Resolved resolve(const std::string &spec, const char *fallback) {
+Resolved resolve(const std::string &entry, const char *fallback) {
     void *pointer = reinterpret_cast<void *>(1);
-    uint32_t r = KorvRetrieveFunc(spec.c_str(), fallback, &pointer);
+    uint32_t r = KorvRetrieveFunc(entry.c_str(), fallback, &pointer);
     if (r != 1) {
-        EXPECT_EQ(pointer, nullptr) << spec;
+        EXPECT_EQ(pointer, nullptr) << entry;
         return {r, -1};
     }
     return {r, reinterpret_cast<IntFn>(pointer)()};

@@ -231,13 +231,13 @@ Status Chain::find(Stage &stage)
     return Status{};
 }
 
-Status Chain::start(const ImageSpec &input)
+Status Chain::start(const ImageShape &input)
 {
     input_header_ = make_header(input);
     if (!input_header_)
         return fail(kExitData, "out of memory");
     KorvGenericHeader *header = input_header_;
-    ImageSpec in = input;
+    ImageShape in = input;
     for (Stage &stage : stages_) {
         stage.in = in;
         Status st = start_stage(stage, header);
@@ -282,7 +282,7 @@ Status Chain::start_stage(Stage &stage, KorvGenericHeader *input)
     if (!state || !state->outputHeaders || !state->outputHeaders[0] || !state->inputChunks ||
         !state->outputChunks)
         return fail(kExitData, "%s: the function gave no output image", stage.name.c_str());
-    return spec_from_header(state->outputHeaders[0], stage.name.c_str(), stage.out);
+    return shape_from_header(state->outputHeaders[0], stage.name.c_str(), stage.out);
 }
 
 Status Chain::failure(const Stage &stage, uint32_t result)

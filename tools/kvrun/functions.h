@@ -40,9 +40,9 @@ public:
     Status resolve(Library &library, const std::vector<StageRequest> &requests);
     // Starts the functions, each fed the output of the one before; the
     // first is fed an image of geometry input.
-    Status start(const ImageSpec &input);
+    Status start(const ImageShape &input);
     // The geometry of the last function's output.
-    const ImageSpec &output() const { return stages_.back().out; }
+    const ImageShape &output() const { return stages_.back().out; }
     // Runs one strip of input through the chain; the last function's output
     // strips go to sink.
     Status feed(unsigned char *data, uint32_t lines, const StripSink &sink);
@@ -56,8 +56,8 @@ private:
         const StageRequest *request = nullptr;
         KorvModule *module = nullptr;
         KorvState *state = nullptr;
-        ImageSpec in;
-        ImageSpec out;
+        ImageShape in;
+        ImageShape out;
         uint64_t lines_out = 0;
     };
     Status find(Stage &stage);

@@ -12,7 +12,7 @@
 
 namespace kvrun {
 
-struct ImageSpec {
+struct ImageShape {
     uint32_t width = 0;
     uint32_t height = 0;
     uint32_t channels = 0; // samples per pixel
@@ -27,14 +27,14 @@ uint32_t strip_lines(uint64_t line_bytes);
 
 // Checks that a size fits what kvrun handles (width, height and a line that
 // fits 32-bit chunk sizes); what names the image in the message.
-Status check_spec(const ImageSpec &spec, const char *what);
+Status check_shape(const ImageShape &shape, const char *what);
 
-// A new generic header describing spec (free it with its free entry).
-KorvGenericHeader *make_header(const ImageSpec &spec);
+// A new generic header describing shape (free it with its free entry).
+KorvGenericHeader *make_header(const ImageShape &shape);
 
 // Reads a header a function produced; fails unless it is a pixel-interleaved
 // raster of 1 to 4 samples of 8 or 16 bits with whole-line geometry.
-Status spec_from_header(const KorvGenericHeader *header, const char *who, ImageSpec &spec);
+Status shape_from_header(const KorvGenericHeader *header, const char *who, ImageShape &shape);
 
 // Swaps 16-bit samples in place (count samples).
 void swap16(unsigned char *data, size_t count);

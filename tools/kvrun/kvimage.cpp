@@ -46,16 +46,16 @@ public:
                         name_.c_str());
         pixelstream_ = header_->kind == KORV_KIND_RAW;
         if (!pixelstream_)
-            return spec_from_header(header_, name_.c_str(), spec_);
-        spec_.channels = header_->imageParts[0] + header_->imageParts[1] + header_->imageParts[2];
-        spec_.bits = header_->bitsPerSample[0];
-        spec_.colorSpace = header_->colorSpace;
-        if (!raster_size(header_->params, "pixels", spec_.width) ||
-            !raster_size(header_->params, "scanlines", spec_.height))
+            return shape_from_header(header_, name_.c_str(), shape_);
+        shape_.channels = header_->imageParts[0] + header_->imageParts[1] + header_->imageParts[2];
+        shape_.bits = header_->bitsPerSample[0];
+        shape_.colorSpace = header_->colorSpace;
+        if (!raster_size(header_->params, "pixels", shape_.width) ||
+            !raster_size(header_->params, "scanlines", shape_.height))
             return fail(kExitData,
                         "%s: pixelstream without a raster size (Raster pixels and scanlines)",
                         name_.c_str());
-        return check_spec(spec_, name_.c_str());
+        return check_shape(shape_, name_.c_str());
     }
 
     Status read_lines(unsigned char *dst, uint32_t lines) override
@@ -68,7 +68,7 @@ private:
     // asked for. A frame's bytes stay valid until the next frame is read.
     Status read_frames(unsigned char *dst, uint32_t lines)
     {
-        uint64_t need = spec_.line_bytes() * lines;
+        uint64_t need = shape_.line_bytes() * lines;
         while (need) {
             if (left_ == 0) {
                 KorvChunk chunk;
@@ -78,7 +78,7 @@ private:
                                 name_.c_str());
                 if (chunk.flags & kChunkEnd)
                     return fail(kExitData, "%s: truncated image data", name_.c_str());
-                if (chunk.size % spec_.line_bytes() != 0)
+                if (chunk.size % shape_.line_bytes() != 0)
                     return fail(kExitData, "%s: a data frame of %u bytes is not whole scan lines",
                                 name_.c_str(), chunk.size);
                 data_ = chunk.data;
@@ -97,7 +97,7 @@ private:
 
     Status read_pixels(unsigned char *dst, uint32_t lines)
     {
-        uint64_t pixels = uint64_t(spec_.width) * lines;
+        uint64_t pixels = uint64_t(shape_.width) * lines;
         KorvChunk chunk;
         memset(&chunk, 0, sizeof chunk);
         uint32_t r = KVHdrToChunkLines(&manager_, header_, io_, &chunk,
@@ -108,7 +108,7 @@ private:
             return fail(kExitData, "%s: malformed pixel data", name_.c_str());
         if (chunk.aux < pixels)
             return fail(kExitData, "%s: truncated image data", name_.c_str());
-        if (chunk.size != spec_.line_bytes() * lines)
+        if (chunk.size != shape_.line_bytes() * lines)
             return fail(kExitData, "%s: malformed pixel data", name_.c_str());
         memcpy(dst, chunk.data, chunk.size);
         return Status{};
@@ -132,32 +132,32 @@ public:
             header_->free(header_);
     }
 
-    Status begin(KorvIO *io, const ImageSpec &spec) override
+    Status begin(KorvIO *io, const ImageShape &shape) override
     {
         io_ = io;
-        spec_ = spec;
+        shape_ = shape;
         const char *format = pixelstream_ ? "pixelstream" : "image-ext";
         memset(&manager_, 0, sizeof manager_);
         if (!KVHdrGetManager_Str(format, pixelstream_ ? "1.0-ascii" : "1.0", &manager_) ||
             KVHdrCreateHeader(&manager_, &header_) != 1 || !header_)
             return fail(kExitData, "%s: the %s format is not available", name_.c_str(), format);
         KorvGenericHeader *h = header_;
-        h->imageParts[0] = spec.channels;
-        for (uint32_t i = 0; i < spec.channels; i++)
-            h->bitsPerSample[i] = spec.bits;
-        h->colorSpace = spec.colorSpace ? spec.colorSpace : KorvGetDefaultColor(spec.channels);
+        h->imageParts[0] = shape.channels;
+        for (uint32_t i = 0; i < shape.channels; i++)
+            h->bitsPerSample[i] = shape.bits;
+        h->colorSpace = shape.colorSpace ? shape.colorSpace : KorvGetDefaultColor(shape.channels);
         h->endian = KorvIdentifyEndian();
         if (pixelstream_) {
             char number[16];
-            snprintf(number, sizeof number, "%u", spec.width);
+            snprintf(number, sizeof number, "%u", shape.width);
             h->params = KVHdrSetHeaderParam(h->params, "Raster", "pixels", number);
-            snprintf(number, sizeof number, "%u", spec.height);
+            snprintf(number, sizeof number, "%u", shape.height);
             h->params = KVHdrSetHeaderParam(h->params, "Raster", "scanlines", number);
         } else {
             h->kind = KORV_KIND_PIXELS;
             h->dimensions = 2;
-            h->pixels = spec.width;
-            h->scanlines = spec.height;
+            h->pixels = shape.width;
+            h->scanlines = shape.height;
             h->interleave = KORV_INTERLEAVE_PIXEL;
             KorvHeaderFillInBytes(h);
         }
@@ -171,8 +171,8 @@ public:
         KorvChunk chunk;
         memset(&chunk, 0, sizeof chunk);
         chunk.data = data;
-        chunk.size = static_cast<uint32_t>(spec_.line_bytes() * lines);
-        chunk.aux = pixelstream_ ? spec_.width * lines : lines;
+        chunk.size = static_cast<uint32_t>(shape_.line_bytes() * lines);
+        chunk.aux = pixelstream_ ? shape_.width * lines : lines;
         if (KVHdrFromChunk(&manager_, header_, io_, &chunk) != 1)
             return fail(kExitData, "%s: write failed", name_.c_str());
         return Status{};

@@ -41,11 +41,11 @@ Status run_request(const Request &request)
     st = open_source(request.input, source);
     if (!st.ok())
         return st;
-    st = chain.start(source->spec());
+    st = chain.start(source->shape());
     if (!st.ok())
         return st;
-    const ImageSpec &out_spec = chain.output();
-    st = check_output(format, out_spec, request.output);
+    const ImageShape &out_shape = chain.output();
+    st = check_output(format, out_shape, request.output);
     if (!st.ok())
         return st;
 
@@ -54,9 +54,9 @@ Status run_request(const Request &request)
     if (!st.ok())
         return st;
     std::unique_ptr<Sink> sink = make_sink(format, output.shown_name());
-    st = sink->begin(output.stream(), out_spec);
+    st = sink->begin(output.stream(), out_shape);
     if (st.ok()) {
-        Progress progress(request.progress, out_spec.height);
+        Progress progress(request.progress, out_shape.height);
         Pipeline pipeline(*source, chain, *sink, progress);
         st = pipeline.run();
     }

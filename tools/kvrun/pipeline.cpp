@@ -51,15 +51,15 @@ uint32_t Pipeline::writer_main(void *self)
 
 void Pipeline::read_all()
 {
-    const ImageSpec &spec = source_.spec();
-    const uint32_t per_strip = strip_lines(spec.line_bytes());
-    uint32_t left = spec.height;
+    const ImageShape &shape = source_.shape();
+    const uint32_t per_strip = strip_lines(shape.line_bytes());
+    uint32_t left = shape.height;
     Strip *s = nullptr;
     while (left) {
         uint32_t n = std::min(per_strip, left);
         if (!free_in_.take(&s))
             return;
-        s->data.resize(spec.line_bytes() * n);
+        s->data.resize(shape.line_bytes() * n);
         Status st = source_.read_lines(s->data.data(), n);
         if (!st.ok())
             return stop(st);

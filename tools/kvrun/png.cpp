@@ -63,17 +63,17 @@ public:
         if (png_get_bit_depth(png_, info_) == 16 && machine_is_little_endian())
             png_set_swap(png_);
         png_read_update_info(png_, info_);
-        spec_.width = png_get_image_width(png_, info_);
-        spec_.height = png_get_image_height(png_, info_);
-        spec_.channels = png_get_channels(png_, info_);
-        spec_.bits = png_get_bit_depth(png_, info_);
-        spec_.colorSpace = KorvGetDefaultColor(spec_.channels);
-        return check_spec(spec_, name_.c_str());
+        shape_.width = png_get_image_width(png_, info_);
+        shape_.height = png_get_image_height(png_, info_);
+        shape_.channels = png_get_channels(png_, info_);
+        shape_.bits = png_get_bit_depth(png_, info_);
+        shape_.colorSpace = KorvGetDefaultColor(shape_.channels);
+        return check_shape(shape_, name_.c_str());
     }
 
     Status read_lines(unsigned char *dst, uint32_t lines) override
     {
-        const uint64_t line = spec_.line_bytes();
+        const uint64_t line = shape_.line_bytes();
         if (setjmp(png_jmpbuf(png_)))
             return fail(kExitData, "%s: malformed PNG: %s", name_.c_str(), errors_.text);
         for (uint32_t i = 0; i < lines; i++)
@@ -106,10 +106,10 @@ public:
             png_destroy_write_struct(&png_, info_ ? &info_ : nullptr);
     }
 
-    Status begin(KorvIO *io, const ImageSpec &spec) override
+    Status begin(KorvIO *io, const ImageShape &shape) override
     {
         io_ = io;
-        spec_ = spec;
+        shape_ = shape;
         png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &errors_, PngErrors::on_error,
                                        PngErrors::on_warning);
         if (png_)
@@ -121,18 +121,18 @@ public:
         static const int types[5] = {0, PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA,
                                      PNG_COLOR_TYPE_RGB, PNG_COLOR_TYPE_RGB_ALPHA};
         png_set_write_fn(png_, this, write_data, flush_data);
-        png_set_IHDR(png_, info_, spec.width, spec.height, static_cast<int>(spec.bits),
-                     types[spec.channels], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+        png_set_IHDR(png_, info_, shape.width, shape.height, static_cast<int>(shape.bits),
+                     types[shape.channels], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                      PNG_FILTER_TYPE_DEFAULT);
         png_write_info(png_, info_);
-        if (spec.bits == 16 && machine_is_little_endian())
+        if (shape.bits == 16 && machine_is_little_endian())
             png_set_swap(png_);
         return Status{};
     }
 
     Status write_lines(unsigned char *data, uint32_t lines) override
     {
-        const uint64_t line = spec_.line_bytes();
+        const uint64_t line = shape_.line_bytes();
         if (setjmp(png_jmpbuf(png_)))
             return failure();
         for (uint32_t i = 0; i < lines; i++)

@@ -68,25 +68,25 @@ public:
         HeaderReader r(io_);
         r.next();
         int kind = r.next();
-        spec_.channels = kind == '5' ? 1 : 3;
+        shape_.channels = kind == '5' ? 1 : 3;
         uint32_t maxval = 0;
         int after = 0;
-        if (!r.number(spec_.width, after) || !is_blank(after) ||
-            !r.number(spec_.height, after) || !is_blank(after) || !r.number(maxval, after) ||
+        if (!r.number(shape_.width, after) || !is_blank(after) ||
+            !r.number(shape_.height, after) || !is_blank(after) || !r.number(maxval, after) ||
             !is_blank(after))
             return fail(kExitData, "%s: malformed PNM header", name_.c_str());
         if (maxval == 0 || maxval > 65535)
             return fail(kExitData, "%s: PNM maximum value %u is out of range (1 to 65535)",
                         name_.c_str(), maxval);
         maxval_ = maxval;
-        spec_.bits = maxval < 256 ? 8 : 16;
-        spec_.colorSpace = KorvGetDefaultColor(spec_.channels);
-        return check_spec(spec_, name_.c_str());
+        shape_.bits = maxval < 256 ? 8 : 16;
+        shape_.colorSpace = KorvGetDefaultColor(shape_.channels);
+        return check_shape(shape_, name_.c_str());
     }
 
     Status read_lines(unsigned char *dst, uint32_t lines) override
     {
-        uint64_t want = spec_.line_bytes() * lines;
+        uint64_t want = shape_.line_bytes() * lines;
         int64_t got = read_full(io_, dst, want);
         if (got < 0)
             return fail(kExitData, "%s: read error", name_.c_str());
@@ -94,8 +94,8 @@ public:
             return fail(kExitData, "%s: truncated image data (%llu of %llu bytes of a strip)",
                         name_.c_str(), static_cast<unsigned long long>(got),
                         static_cast<unsigned long long>(want));
-        uint64_t samples = uint64_t(spec_.width) * spec_.channels * lines;
-        if (spec_.bits == 16 && machine_is_little_endian())
+        uint64_t samples = uint64_t(shape_.width) * shape_.channels * lines;
+        if (shape_.bits == 16 && machine_is_little_endian())
             swap16(dst, samples);
         if (maxval_ != 255 && maxval_ != 65535)
             rescale(dst, samples);
@@ -107,8 +107,8 @@ private:
     // their width, so that white stays white.
     void rescale(unsigned char *data, uint64_t samples)
     {
-        const uint32_t full = spec_.bits == 8 ? 255 : 65535;
-        if (spec_.bits == 8) {
+        const uint32_t full = shape_.bits == 8 ? 255 : 65535;
+        if (shape_.bits == 8) {
             for (uint64_t i = 0; i < samples; i++) {
                 uint32_t v = data[i] > maxval_ ? maxval_ : data[i];
                 data[i] = static_cast<unsigned char>((v * full + maxval_ / 2) / maxval_);
@@ -129,13 +129,13 @@ class PnmSink : public Sink {
 public:
     explicit PnmSink(std::string name) : Sink(std::move(name)) {}
 
-    Status begin(KorvIO *io, const ImageSpec &spec) override
+    Status begin(KorvIO *io, const ImageShape &shape) override
     {
         io_ = io;
-        spec_ = spec;
+        shape_ = shape;
         char head[64];
-        int n = snprintf(head, sizeof head, "P%c\n%u %u\n%u\n", spec.channels == 1 ? '5' : '6',
-                         spec.width, spec.height, spec.bits == 8 ? 255u : 65535u);
+        int n = snprintf(head, sizeof head, "P%c\n%u %u\n%u\n", shape.channels == 1 ? '5' : '6',
+                         shape.width, shape.height, shape.bits == 8 ? 255u : 65535u);
         if (!write_full(io, head, static_cast<uint64_t>(n)))
             return fail(kExitData, "%s: write failed", name_.c_str());
         return Status{};
@@ -143,8 +143,8 @@ public:
 
     Status write_lines(unsigned char *data, uint32_t lines) override
     {
-        uint64_t bytes = spec_.line_bytes() * lines;
-        if (spec_.bits == 16 && machine_is_little_endian())
+        uint64_t bytes = shape_.line_bytes() * lines;
+        if (shape_.bits == 16 && machine_is_little_endian())
             swap16(data, bytes / 2);
         if (!write_full(io_, data, bytes))
             return fail(kExitData, "%s: write failed", name_.c_str());

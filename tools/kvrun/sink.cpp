@@ -30,13 +30,13 @@ Status output_format(const std::string &name, Format &format)
     return Status{};
 }
 
-Status check_output(Format format, const ImageSpec &spec, const std::string &name)
+Status check_output(Format format, const ImageShape &shape, const std::string &name)
 {
-    if (format == Format::Pnm && spec.channels != 1 && spec.channels != 3)
+    if (format == Format::Pnm && shape.channels != 1 && shape.channels != 3)
         return fail(kExitUsage,
                     "%s: PNM holds grey or RGB images, not %u samples per pixel "
                     "(use .png, .kvi or .kvp)",
-                    name.c_str(), spec.channels);
+                    name.c_str(), shape.channels);
     return Status{};
 }
 

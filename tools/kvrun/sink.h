@@ -14,7 +14,7 @@ class Sink {
 public:
     virtual ~Sink();
     // Writes the header of an image of that geometry.
-    virtual Status begin(KorvIO *io, const ImageSpec &spec) = 0;
+    virtual Status begin(KorvIO *io, const ImageShape &shape) = 0;
     // Writes lines whole scan lines; the sink may change data in place
     // (byte order).
     virtual Status write_lines(unsigned char *data, uint32_t lines) = 0;
@@ -25,14 +25,14 @@ protected:
     explicit Sink(std::string name) : name_(std::move(name)) {}
     std::string name_;
     KorvIO *io_ = nullptr; // not owned
-    ImageSpec spec_;
+    ImageShape shape_;
 };
 
 // The format of OUTPUT: '-' is image-ext; otherwise by extension.
 Status output_format(const std::string &name, Format &format);
 
 // Whether the format can hold such an image (PNM: grey or RGB only).
-Status check_output(Format format, const ImageSpec &spec, const std::string &name);
+Status check_output(Format format, const ImageShape &shape, const std::string &name);
 
 std::unique_ptr<Sink> make_sink(Format format, const std::string &name);
 std::unique_ptr<Sink> make_pnm_sink(const std::string &name);

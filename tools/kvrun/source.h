@@ -11,7 +11,7 @@ namespace kvrun {
 class Source {
 public:
     virtual ~Source();
-    const ImageSpec &spec() const { return spec_; }
+    const ImageShape &shape() const { return shape_; }
     // Reads exactly lines scan lines into dst (line_bytes() each). Running
     // out of data is a "truncated" failure naming the input.
     virtual Status read_lines(unsigned char *dst, uint32_t lines) = 0;
@@ -20,7 +20,7 @@ protected:
     Source(KorvIO *io, std::string name) : io_(io), name_(std::move(name)) {}
     KorvIO *io_; // owned
     std::string name_;
-    ImageSpec spec_;
+    ImageShape shape_;
 };
 
 // Opens the input and reads its header. The format is told by the first
