@@ -10,22 +10,8 @@
 # folder the installation runs in, as the files are.
 get_filename_component(prefix "${CMAKE_INSTALL_PREFIX}" ABSOLUTE)
 set(path "${prefix}/${KV_REG_BUNDLE}")
-if(KV_REG_WINDOWS)
-  # The loader takes a bundle's base name after the last backslash. A
-  # Windows build installed from a Linux host is run under Wine, which
-  # reaches the host's files through drive Z:.
-  if(path MATCHES "^/")
-    set(path "Z:${path}")
-  endif()
-  string(REPLACE "/" "\\" path "${path}")
-endif()
-# The path is a bare word of the registry document: escape what would end
-# or start something else there.
-string(REPLACE "\\" "\\\\" path "${path}")
-string(REPLACE ":" "\\:" path "${path}")
-string(REPLACE "#" "\\#" path "${path}")
-string(REPLACE "=" "\\=" path "${path}")
-set(KVFX_REGISTRY_PATH "${path}")
+include("${CMAKE_CURRENT_LIST_DIR}/kvsupRegistryWord.cmake")
+kv_registry_word(KVFX_REGISTRY_PATH "${path}" "${KV_REG_WINDOWS}")
 
 configure_file("${KV_REG_TEMPLATE}" "${KV_REG_WORK}/installed/kvsup.reg" @ONLY)
 file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/${KV_REG_DESTINATION}"
