@@ -72,6 +72,52 @@ bool read_decimal(const char *text, int64_t *value)
     return true;
 }
 
+// Moves up to count bytes that were read ahead to dst.
+uint64_t take_ahead(SocketStream *s, char *dst, uint64_t count)
+{
+    uint64_t n = s->ahead_end - s->ahead_start;
+    if (n > count)
+        n = count;
+    memcpy(dst, s->ahead + s->ahead_start, n);
+    s->ahead_start += (uint32_t)n;
+    return n;
+}
+
+// Receives from the connection as one recv would, serving what was read
+// ahead first: with wait_all until count bytes, the end or an error;
+// without, all that has arrived up to count (a short read would lose bytes,
+// as a known length drops by the count asked). A download fetches what the
+// peer has sent, up to a whole block, with one receive, so that a stream
+// read in small pieces costs one system call per block rather than per
+// piece; it never waits for more than a receive of count bytes would.
+int64_t receive(SocketStream *s, void *dst, uint64_t count, bool wait_all)
+{
+    if (!s->ahead)
+        return sys_recv(s->socket, dst, count, wait_all);
+    char *out = static_cast<char *>(dst);
+    uint64_t got = take_ahead(s, out, count);
+    for (bool asked = false; got < count && (wait_all || !asked); asked = true) {
+        int64_t r;
+        if (count - got >= kReadAhead) {
+            r = sys_recv(s->socket, out + got, count - got, wait_all);
+            if (r > 0)
+                got += (uint64_t)r;
+        } else {
+            s->ahead_start = s->ahead_end = 0;
+            r = sys_recv(s->socket, s->ahead, kReadAhead, false);
+            if (r > 0) {
+                s->ahead_end = (uint32_t)r;
+                got += take_ahead(s, out + got, count - got);
+            }
+        }
+        if (r < 0)
+            return got ? (int64_t)got : r;
+        if (r == 0)
+            break;
+    }
+    return (int64_t)got;
+}
+
 enum class Line { ended, closed, error, would_block, too_long };
 
 // Receives one line into the stream's line buffer, a byte at a time. A
@@ -86,7 +132,7 @@ Line read_line(SocketStream *s, char *out, size_t out_size)
     Line status = Line::ended;
     for (;;) {
         char c;
-        int64_t got = sys_recv(s->socket, &c, 1, false);
+        int64_t got = receive(s, &c, 1, false);
         if (got == kWouldBlock)
             return Line::would_block;
         if (got < 0)
@@ -201,6 +247,7 @@ void free_stream(SocketStream *s)
 {
     if (s->socket != kNoSocket)
         sys_close(s->socket);
+    korv_internal_free(s->ahead);
     korv_internal_free(s);
 }
 
@@ -219,7 +266,7 @@ int64_t connection_read(KorvIO *io, void *dst, uint64_t count)
         count = (uint64_t)s->remaining;
     if (count == 0)
         return 0;
-    int64_t got = sys_recv(s->socket, dst, count, s->blocking != 0);
+    int64_t got = receive(s, dst, count, s->blocking != 0);
     if (got < 0)
         return got;
     if (got == 0 && bounded)
@@ -324,6 +371,8 @@ extern "C" KORV_API KorvIO *KorvIO_URL(const char *url, const char *mode)
         s->upload = 1;
         s->chunked = 1;
     } else {
+        // Without the block the download reads as it comes, only slower.
+        s->ahead = static_cast<char *>(korv_internal_malloc(kReadAhead));
         ok = send_line(s, "GET %s HTTP/1.1\r\n", target) && send_line(s, "Host: %s\r\n", host) &&
              send_line(s, "Accept-Encoding: chunked, identity\r\n\r\n") &&
              read_response_head(s);

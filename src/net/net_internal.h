@@ -39,7 +39,21 @@ struct SocketStream {
     uint32_t listening;       /* read accepts connections */
     char line[kLineBuffer];
     uint32_t blocking;        /* the socket is in blocking mode */
+    /* Downloads receive in large blocks and serve reads from them: bytes
+     * ahead[ahead_start..ahead_end) came from the peer and were not read. */
+    char *ahead;              /* kReadAhead bytes, or null: no read-ahead */
+    uint32_t ahead_start;
+    uint32_t ahead_end;
 };
+
+const uint32_t kReadAhead = 128 * 1024;
+
+/* True when the stream holds received bytes that were not read yet: it is
+ * ready for reading whatever the socket says. */
+inline bool has_ahead(const SocketStream *s)
+{
+    return s->ahead_end > s->ahead_start;
+}
 
 /* Starts the sockets library once per process, under the 'WSAK' lock, and
  * registers the clean-up that stops it. False when it cannot start. */

@@ -37,6 +37,12 @@ extern "C" KORV_API uint32_t KorvIOSelect(KorvIO **reads, uint32_t read_count, K
             return 0xFFFFFFFFu;
         waited[n++] = stream_of(io);
     }
+    // A download holding bytes it has received but not handed out is
+    // readable now, whatever its socket says.
+    if (by_reads)
+        for (uint32_t i = 0; i < n; i++)
+            if (has_ahead(waited[i]))
+                return 1;
     if (by_reads) {
         for (uint32_t i = 0; i < n; i++)
             waited[i]->event_mask |= waited[i]->listening ? kWantAccept : kWantRead;

@@ -5,8 +5,9 @@
  *
  * On Linux the word is a futex: 0 free, (tid << 1) held, (tid << 1) | 1
  * held with possible sleepers. Locking and unlocking without contention is
- * one atomic instruction each; a contended locker sleeps in the kernel.
- * Elsewhere a pthread mutex carries the lock and the word only the owner.
+ * one atomic instruction each and stays inline in the caller; a contended
+ * locker sleeps in the kernel. Elsewhere a pthread mutex carries the lock
+ * and the word only the owner.
  * `depth` counts the extra entries and is touched only by the owner.
  */
 #ifndef KVSUP_THREAD_RECURSIVE_LOCK_POSIX_H
@@ -19,25 +20,26 @@
 
 #include <atomic>
 
-#if defined(__linux__)
-#include <linux/futex.h>
-#include <sys/syscall.h>
-#endif
+#include "thread/futex_posix.h"
 
 namespace korv::sys {
+
+// Gives the calling thread its tag; run once per thread.
+__attribute__((noinline, cold)) inline uint32_t make_thread_tag(uint32_t *tag) {
+#if defined(__linux__)
+  *tag = static_cast<uint32_t>(syscall(SYS_gettid)) << 1;
+#else
+  static std::atomic<uint32_t> next{1};
+  *tag = next.fetch_add(1, std::memory_order_relaxed) << 1;
+#endif
+  return *tag;
+}
 
 // The calling thread's tag, never 0 and with bit 0 clear.
 inline uint32_t thread_tag() {
   static thread_local __attribute__((tls_model("initial-exec"))) uint32_t tag;
-  if (tag == 0) {
-#if defined(__linux__)
-    tag = static_cast<uint32_t>(syscall(SYS_gettid)) << 1;
-#else
-    static std::atomic<uint32_t> next{1};
-    tag = next.fetch_add(1, std::memory_order_relaxed) << 1;
-#endif
-  }
-  return tag;
+  uint32_t t = tag;
+  return __builtin_expect(t != 0, 1) ? t : make_thread_tag(&tag);
 }
 
 struct RecursiveLock {
@@ -68,24 +70,17 @@ struct RecursiveLock {
   // 0 when held; EBUSY when try_only and another thread holds it.
   int lock(bool try_only) {
     uint32_t me = thread_tag();
-    uint32_t c = 0;
 #if defined(__linux__)
-    if (word.compare_exchange_strong(c, me, std::memory_order_acquire)) return 0;
+    uint32_t c = 0;
+    if (__builtin_expect(word.compare_exchange_strong(c, me, std::memory_order_acquire), 1))
+      return 0;
     if ((c & ~1u) == me) {
       depth++;
       return 0;
     }
     if (try_only) return EBUSY;
-    for (;;) {
-      c = word.load(std::memory_order_relaxed);
-      if (c == 0) {
-        // Taken after a sleep: others may still sleep, so keep the mark.
-        if (word.compare_exchange_weak(c, me | 1u, std::memory_order_acquire)) return 0;
-        continue;
-      }
-      if (!(c & 1u) && !word.compare_exchange_weak(c, c | 1u, std::memory_order_relaxed)) continue;
-      syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, c | 1u, nullptr, nullptr, 0);
-    }
+    lock_contended(me);
+    return 0;
 #else
     if (word.load(std::memory_order_relaxed) == me) {
       depth++;
@@ -105,14 +100,32 @@ struct RecursiveLock {
       return true;
     }
 #if defined(__linux__)
-    if (word.exchange(0, std::memory_order_release) & 1u)
-      syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+    if (word.exchange(0, std::memory_order_release) & 1u) wake_one();
     return true;
 #else
     word.store(0, std::memory_order_relaxed);
     return pthread_mutex_unlock(&mutex) == 0;
 #endif
   }
+
+#if defined(__linux__)
+  // Another thread holds the lock: mark the word and sleep until it is
+  // free. There is no spinning first: the holder may be waiting for this
+  // very core, and a spinning locker would only delay it.
+  __attribute__((noinline)) void lock_contended(uint32_t me) {
+    for (;;) {
+      uint32_t c = word.load(std::memory_order_relaxed);
+      if (c == 0) {
+        // Taken after a sleep: others may still sleep, so keep the mark.
+        if (word.compare_exchange_weak(c, me | 1u, std::memory_order_acquire)) return;
+        continue;
+      }
+      if (!(c & 1u) && !word.compare_exchange_weak(c, c | 1u, std::memory_order_relaxed)) continue;
+      futex_wait(&word, c | 1u, nullptr);
+    }
+  }
+  __attribute__((noinline)) void wake_one() { futex_wake(&word, 1); }
+#endif
 };
 
 }  // namespace korv::sys

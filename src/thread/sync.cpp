@@ -43,20 +43,8 @@ extern "C" KORV_API uint32_t KorvFreeMutex(KorvMutex *m) {
   return free_cell(m, sys::mutex_close);
 }
 
-extern "C" KORV_API uint32_t KorvLockMutex(KorvMutex *m) {
-  if (!m) return 1;
-  return sys::mutex_wait(m->handle, KORV_INFINITE) == sys::kWaitOk ? 1 : 0;
-}
-
-extern "C" KORV_API uint32_t KorvTryLockMutex(KorvMutex *m) {
-  if (!m) return 1;
-  return sys::mutex_wait(m->handle, 0);
-}
-
-extern "C" KORV_API uint32_t KorvUnlockMutex(KorvMutex *m) {
-  if (!m) return 1;
-  return sys::mutex_unlock(m->handle) ? 1 : 0;
-}
+// KorvLockMutex, KorvTryLockMutex and KorvUnlockMutex are in the platform
+// half, where the lock itself is visible.
 
 extern "C" KORV_API uint32_t KorvInitSemaphore(KorvSemaphore **s, uint32_t initial) {
   return init_cell(s, [initial] { return sys::semaphore_create(initial); }, sys::semaphore_close);

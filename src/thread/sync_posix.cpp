@@ -7,7 +7,10 @@
 // when any multi-event wait is running, the shared multi-wait condition.
 #include <errno.h>
 #include <pthread.h>
+#include <sched.h>
 #include <time.h>
+
+#include <atomic>
 
 #include "thread/recursive_lock_posix.h"
 #include "thread/sync_sys.h"
@@ -87,10 +90,17 @@ bool mutex_unlock(void *m) { return static_cast<RecursiveLock *>(m)->unlock(); }
 // ---- semaphore ----
 
 namespace {
+// A post wakes its waiter after leaving the lock, so that the waiter does
+// not wake only to sleep again on the lock the poster still holds. The
+// waiter may then take the count and free the semaphore before the poster
+// has finished: `posting` counts the posts still touching it, and close
+// waits for them.
 struct Semaphore {
   pthread_mutex_t lock;
   pthread_cond_t cv;
   uint32_t count;
+  uint32_t waiters;
+  std::atomic<uint32_t> posting;
 };
 }  // namespace
 
@@ -113,6 +123,7 @@ void *semaphore_create(uint32_t initial) {
 
 bool semaphore_close(void *sv) {
   auto *s = static_cast<Semaphore *>(sv);
+  while (s->posting.load(std::memory_order_acquire) != 0) sched_yield();
   bool ok = pthread_cond_destroy(&s->cv) == 0;
   ok = pthread_mutex_destroy(&s->lock) == 0 && ok;
   korv_internal_free(s);
@@ -124,7 +135,11 @@ uint32_t semaphore_wait(void *sv, uint32_t ms) {
   Deadline d = deadline_after(ms);
   pthread_mutex_lock(&s->lock);
   bool in_time = true;
-  while (s->count == 0 && in_time && ms != 0) in_time = sleep_on(&s->cv, &s->lock, d);
+  while (s->count == 0 && in_time && ms != 0) {
+    s->waiters++;
+    in_time = sleep_on(&s->cv, &s->lock, d);
+    s->waiters--;
+  }
   uint32_t r = kWaitTimeout;
   if (s->count > 0) {
     s->count--;
@@ -138,11 +153,14 @@ bool semaphore_post(void *sv) {
   auto *s = static_cast<Semaphore *>(sv);
   pthread_mutex_lock(&s->lock);
   bool ok = s->count < kSemaphoreMax;
-  if (ok) {
-    s->count++;
-    pthread_cond_signal(&s->cv);
-  }
+  if (ok) s->count++;
+  bool wake = ok && s->waiters > 0;
+  if (wake) s->posting.fetch_add(1, std::memory_order_relaxed);
   pthread_mutex_unlock(&s->lock);
+  if (wake) {
+    pthread_cond_signal(&s->cv);
+    s->posting.fetch_sub(1, std::memory_order_release);
+  }
   return ok;
 }
 
@@ -324,3 +342,22 @@ uint32_t set_event_and_lock(void *e, void *m) {
 }
 
 }  // namespace korv::sys
+
+// The mutex entry points live here rather than in the portable half so
+// that the lock's uncontended path is compiled into them.
+using korv::sys::RecursiveLock;
+
+extern "C" KORV_API uint32_t KorvLockMutex(KorvMutex *m) {
+  if (!m) return 1;
+  return static_cast<RecursiveLock *>(m->handle)->lock(false) == 0 ? 1 : 0;
+}
+
+extern "C" KORV_API uint32_t KorvTryLockMutex(KorvMutex *m) {
+  if (!m) return 1;
+  return korv::sys::mutex_wait(m->handle, 0);
+}
+
+extern "C" KORV_API uint32_t KorvUnlockMutex(KorvMutex *m) {
+  if (!m) return 1;
+  return static_cast<RecursiveLock *>(m->handle)->unlock() ? 1 : 0;
+}

@@ -61,3 +61,18 @@ uint32_t set_event_and_lock(void *e, void *m) {
 }
 
 }  // namespace korv::sys
+
+extern "C" KORV_API uint32_t KorvLockMutex(KorvMutex *m) {
+  if (!m) return 1;
+  return korv::sys::mutex_wait(m->handle, KORV_INFINITE) == korv::sys::kWaitOk ? 1 : 0;
+}
+
+extern "C" KORV_API uint32_t KorvTryLockMutex(KorvMutex *m) {
+  if (!m) return 1;
+  return korv::sys::mutex_wait(m->handle, 0);
+}
+
+extern "C" KORV_API uint32_t KorvUnlockMutex(KorvMutex *m) {
+  if (!m) return 1;
+  return korv::sys::mutex_unlock(m->handle) ? 1 : 0;
+}

@@ -108,6 +108,45 @@ TEST_F(Net, DownloadsWithContentLengthFromNginx)
     EXPECT_EQ(download(url("nginx", "/files/missing.txt")), "<null>"); // 404
 }
 
+// A download receives more than each read asks for: the bytes it holds
+// make it ready for a wait, and large reads still get the body whole.
+TEST_F(Net, DownloadsHoldReceivedBytes)
+{
+    KorvIO *io = KorvIO_URL(url("nginx", "/files/hello.txt").c_str(), "r");
+    ASSERT_NE(io, nullptr);
+    char c;
+    ASSERT_EQ(io->read(io, &c, 1), 1);
+    // The rest of the body has arrived; the server keeps the connection.
+    EXPECT_EQ(KorvIOSelect(&io, 1, nullptr, 0, 0), 1u);
+    EXPECT_EQ(read_all(io), "ello from nginx\n");
+    EXPECT_EQ(KorvIOSelect(&io, 1, nullptr, 0, 0), 2u);
+    io->close(io);
+
+    io = KorvIO_URL(url("nginx", "/files/big.bin").c_str(), "r");
+    ASSERT_NE(io, nullptr);
+    std::string body(300000, '\0');
+    EXPECT_EQ(io->read(io, &body[0], 10), 10);
+    EXPECT_EQ(KorvIOReadBytes(io, &body[10], 299990), 299990u);
+    EXPECT_EQ(io->read(io, &c, 1), 0);
+    EXPECT_TRUE(body == read_file(peers_dir() + "/www/files/big.bin"));
+    io->close(io);
+
+    // Without waiting, a read still takes all that has arrived: the known
+    // length drops by the count asked, so a short read would lose bytes.
+    io = KorvIO_URL(url("peer", "/split").c_str(), "rn");
+    ASSERT_NE(io, nullptr);
+    char buf[4096];
+    int64_t n;
+    while ((n = io->read(io, buf, sizeof buf)) == -2)
+        ASSERT_EQ(KorvIOSelect(&io, 1, nullptr, 0, 5000), 1u);
+    EXPECT_EQ(n, 4096);                                            // of the first part
+    std::this_thread::sleep_for(std::chrono::milliseconds(1000)); // the second one arrives
+    EXPECT_EQ(io->read(io, buf, sizeof buf), 4096);
+    EXPECT_EQ(std::string(buf, 4096), std::string(904, 'p') + std::string(3192, 'q'));
+    EXPECT_EQ(io->read(io, buf, sizeof buf), 1808);
+    io->close(io);
+}
+
 TEST_F(Net, RequestLinesAndDefaults)
 {
     // No path: the request target is "/"; Host never carries the port.

@@ -81,6 +81,12 @@ class Handler(socketserver.BaseRequestHandler):
                 send(b"%x\r\n" % n + bytes([letter]) * n + b"\r\n")
                 letter += 1
             send(b"0\r\n\r\n")
+        elif path == "/split":
+            # A known length sent in two parts, the second a while later.
+            send(b"HTTP/1.1 200 OK\r\nContent-Length: 10000\r\n\r\n" + b"p" * 5000)
+            time.sleep(0.3)
+            send(b"q" * 5000)
+            conn.recv(1)  # keep the connection until the client goes away
         elif path == "/unframed":
             send(b"HTTP/1.0 200 OK\r\nServer: peer\r\n\r\nuntil the end")
         elif path == "/bad-status":

@@ -2,12 +2,14 @@
 # Starts or stops the network tests' peers on 127.0.0.1: nginx (files with
 # Content-Length, 404s, DAV uploads), tinyproxy (the proxy of KV_PROXY) and
 # the tests' own peer (peer.py). Ports are chosen free and written to
-# <dir>/ports as NAME=port lines.
+# <dir>/ports as NAME=port lines. With "nginx" after the directory only nginx
+# starts (the download benchmark needs nothing else).
 #
-#   servers.sh start <dir>    servers.sh stop <dir>
+#   servers.sh start <dir> [nginx]    servers.sh stop <dir>
 set -u
 action=$1
 dir=$2
+only=${3:-}
 here=$(cd "$(dirname "$0")" && pwd)
 
 free_port() {
@@ -68,6 +70,11 @@ http {
 }
 CONF
     nginx -c "$dir/nginx.conf" -p "$dir" >"$dir/nginx.out" 2>&1 &
+    if [ "$only" = nginx ]; then
+        wait_port "$nginx_port" || { stop; return 1; }
+        echo "nginx=$nginx_port" >"$dir/ports"
+        return 0
+    fi
 
     cat >"$dir/tinyproxy.conf" <<CONF
 Port $proxy_port

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <thread>
+#include <vector>
 
 #include <kvsup.h>
 #include "core/alloc_testing.h"
@@ -124,6 +125,51 @@ TEST(Sync, SemaphoreCountsAndLimits) {
   EXPECT_EQ(1u, KorvTimedWaitSemaphore(s, kLong));
   poster.join();
   EXPECT_EQ(1u, KorvFreeSemaphore(s));
+}
+
+// Posters and sleepers racing on one semaphore: every post must reach a
+// waiter. A lost wake-up leaves a waiter asleep on a raised count until its
+// wait runs into the limit (it may still take the count then).
+TEST(Sync, SemaphoreLosesNoPostUnderContention) {
+  KorvSemaphore *s = nullptr;
+  ASSERT_EQ(1u, KorvInitSemaphore(&s, 0));
+  constexpr int kPairs = 3, kEach = 2000;
+  std::atomic<int> taken{0};
+  std::atomic<bool> stalled{false};
+  std::vector<std::thread> threads;
+  for (int p = 0; p < kPairs; p++) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < kEach && !stalled; i++) {
+        auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(kLong);
+        if (KorvTimedWaitSemaphore(s, kLong) == 1) taken++;
+        if (std::chrono::steady_clock::now() >= limit) stalled = true;
+      }
+    });
+    threads.emplace_back([&] {
+      for (int i = 0; i < kEach; i++) EXPECT_EQ(1u, KorvPostSemaphore(s));
+    });
+  }
+  for (auto &t : threads) t.join();
+  EXPECT_FALSE(stalled);
+  EXPECT_EQ(kPairs * kEach, taken.load());
+  EXPECT_EQ(2u, KorvTimedWaitSemaphore(s, 0));
+  EXPECT_EQ(1u, KorvFreeSemaphore(s));
+}
+
+// A waiter may free the semaphore as soon as its wait returns, while the
+// poster that woke it is still finishing its post.
+TEST(Sync, SemaphoreFreedByItsWaiterRightAfterThePost) {
+  for (int i = 0; i < 500; i++) {
+    KorvSemaphore *s = nullptr;
+    ASSERT_EQ(1u, KorvInitSemaphore(&s, 0));
+    std::thread waiter([s] {
+      EXPECT_EQ(1u, KorvTimedWaitSemaphore(s, kLong));
+      EXPECT_EQ(1u, KorvFreeSemaphore(s));
+    });
+    std::this_thread::yield();
+    EXPECT_EQ(1u, KorvPostSemaphore(s));
+    waiter.join();
+  }
 }
 
 TEST(Sync, EventResetModes) {
