@@ -1,11 +1,15 @@
-// UTF-8 to UTF-16 and back over 1 MiB of text, ASCII and mixed Latin/CJK:
-// kvsup beside glibc's iconv on the same inputs. iconv converts into a
-// buffer made ready beforehand; kvsup's figures include making the result.
+// UTF-8 to UTF-16 and back over 1 MiB of text, ASCII (argument 0) and mixed
+// Latin/CJK (argument 1): kvsup beside glibc's iconv on the same inputs.
+// iconv converts into a buffer made ready beforehand; kvsup's figures
+// include finding the end, sizing and making the result. The Path figures
+// run each way kvsup has (one character at a time, SSE2, AVX2, NEON) on the
+// same texts; the plain kvsup figures use the machine's fastest way.
 #include <benchmark/benchmark.h>
 #include <iconv.h>
 #include <string>
 #include <vector>
 #include <kvsup.h>
+#include "util/utf16_paths.h"
 
 namespace {
 
@@ -124,10 +128,62 @@ void BM_Iconv_UTF16ToUTF8(benchmark::State &state)
     label(state);
 }
 
+const char *const kPathNames[] = {"scalar", "sse2", "avx2", "neon"};
+
+// Forces the way of the second argument for one benchmark.
+void use_path(benchmark::State &state)
+{
+    korv::utf16::force_path((korv::utf16::Path)state.range(1));
+}
+
+void path_label(benchmark::State &state)
+{
+    korv::utf16::reset_path();
+    label(state);
+    state.SetLabel(std::string(state.range(0) == 0 ? "ascii " : "latin+cjk ") + kPathNames[state.range(1)]);
+}
+
+void BM_KorvPath_UTF8ToUTF16(benchmark::State &state)
+{
+    use_path(state);
+    const std::string &text = text_of((int)state.range(0));
+    for (auto _ : state) {
+        uint16_t *w = KorvUTF8ConvertToUTF16(text.c_str());
+        benchmark::DoNotOptimize(w);
+        korv_internal_free(w);
+    }
+    path_label(state);
+}
+
+void BM_KorvPath_UTF16ToUTF8(benchmark::State &state)
+{
+    use_path(state);
+    std::vector<uint16_t> units = utf16_of((int)state.range(0));
+    for (auto _ : state) {
+        char *s = KorvUTF8ConvertFromUTF16(units.data());
+        benchmark::DoNotOptimize(s);
+        korv_internal_free(s);
+    }
+    path_label(state);
+}
+
 BENCHMARK(BM_Korv_UTF8ToUTF16)->Arg(0)->Arg(1);
 BENCHMARK(BM_Iconv_UTF8ToUTF16)->Arg(0)->Arg(1);
 BENCHMARK(BM_Korv_UTF16ToUTF8)->Arg(0)->Arg(1);
 BENCHMARK(BM_Iconv_UTF16ToUTF8)->Arg(0)->Arg(1);
+
+// The ways this machine has, each on both texts.
+const bool kPathsRegistered = [] {
+    for (int path = 0; path < 4; path++) {
+        if (!korv::utf16::blocks_of((korv::utf16::Path)path))
+            continue;
+        for (int which = 0; which < 2; which++) {
+            benchmark::RegisterBenchmark("BM_KorvPath_UTF8ToUTF16", BM_KorvPath_UTF8ToUTF16)->Args({which, path});
+            benchmark::RegisterBenchmark("BM_KorvPath_UTF16ToUTF8", BM_KorvPath_UTF16ToUTF8)->Args({which, path});
+        }
+    }
+    return true;
+}();
 
 } // namespace
 

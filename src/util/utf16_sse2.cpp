@@ -1,46 +1,43 @@
-// Sixteen-byte blocks of UTF-8 decoded, and eight-unit blocks of UTF-16
-// encoded, with SSE2 where the machine has it. A block that holds anything
-// unusual (a four-byte sequence, a bad byte, a surrogate, a byte-order
-// mark) is declined, and the caller converts it one character at a time.
-#ifndef KVSUP_UTIL_UTF16_BLOCKS_H
-#define KVSUP_UTIL_UTF16_BLOCKS_H
-
-#include <stddef.h>
-#include <stdint.h>
-
+// Blocks of sixteen bytes of UTF-8 decoded, and of eight units of UTF-16
+// encoded, with SSE2, which every x86-64 machine has. The lanes of a block
+// are gathered one at a time: SSE2 has no byte shuffle.
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#endif
+#include "util/utf16_paths.h"
 #include "util/whole_reads.h"
-#define KORV_UTF16_BLOCKS 1
 
-namespace korv::utf8 {
+#if defined(__SSE2__)
 
-inline __m128i load16(const void *p)
+namespace korv::utf16 {
+namespace {
+
+__m128i load16(const void *p)
 {
     return _mm_loadu_si128(static_cast<const __m128i *>(p));
 }
 
 // Lanes of m pick a, the others b.
-inline __m128i select(__m128i m, __m128i a, __m128i b)
+__m128i select(__m128i m, __m128i a, __m128i b)
 {
     return _mm_or_si128(_mm_and_si128(m, a), _mm_andnot_si128(m, b));
 }
 
 // Bytes as signed values shifted by 0x80, so that signed compares order
 // them as unsigned bytes.
-inline __m128i biased(__m128i x)
+__m128i biased(__m128i x)
 {
     return _mm_xor_si128(x, _mm_set1_epi8((char)0x80));
 }
 
-inline __m128i in_range(__m128i biased_x, int low, int high)
+__m128i in_range(__m128i biased_x, int low, int high)
 {
     return _mm_and_si128(_mm_cmpgt_epi8(biased_x, _mm_set1_epi8((char)((low - 1) ^ 0x80))),
                          _mm_cmplt_epi8(biased_x, _mm_set1_epi8((char)((high + 1) ^ 0x80))));
 }
 
 // Sixteen bytes of ASCII widened to units; false when a byte is not ASCII.
-inline bool widen_ascii(const unsigned char *p, uint16_t *o)
+bool widen_ascii(const unsigned char *p, uint16_t *o)
 {
     __m128i x = load16(p);
     if (_mm_movemask_epi8(x) != 0)
@@ -53,7 +50,7 @@ inline bool widen_ascii(const unsigned char *p, uint16_t *o)
 
 // The values of every position of eight bytes taken as the start of a one-,
 // two- or three-byte sequence, chosen by the lead masks.
-inline __m128i values8(__m128i b0, __m128i b1, __m128i b2, __m128i lead2, __m128i lead3)
+__m128i values8(__m128i b0, __m128i b1, __m128i b2, __m128i lead2, __m128i lead3)
 {
     __m128i low6 = _mm_set1_epi16(0x3F);
     __m128i v2 = _mm_or_si128(_mm_slli_epi16(_mm_and_si128(b0, _mm_set1_epi16(0x1F)), 6),
@@ -69,7 +66,7 @@ inline __m128i values8(__m128i b0, __m128i b1, __m128i b2, __m128i lead2, __m128
 // be valid one- to three-byte sequences. Returns the bytes consumed (16 to
 // 18) and moves o past the units written, or 0 to decline the block.
 // Up to sixteen units are written at o, whatever the count of characters.
-inline size_t decode_block(const unsigned char *p, uint16_t *&o)
+size_t decode_block(const unsigned char *p, uint16_t *&o)
 {
     __m128i x0 = load16(p), x1 = load16(p + 1), x2 = load16(p + 2), after = load16(p + 16);
     __m128i s0 = biased(x0);
@@ -120,7 +117,7 @@ inline size_t decode_block(const unsigned char *p, uint16_t *&o)
 // Encodes eight units at p that are all below 0xD800, or from 0xE000 up to
 // 0xFEFE. Returns the bytes written at o (up to 24, but 32 may be
 // touched), or 0 to decline the block.
-inline size_t encode_block(const uint16_t *p, unsigned char *o)
+size_t encode_block(const uint16_t *p, unsigned char *o)
 {
     __m128i u = load16(p);
     // Unsigned compares of 16-bit lanes through a bias of 0x8000.
@@ -162,12 +159,11 @@ inline size_t encode_block(const uint16_t *p, unsigned char *o)
 }
 
 // Measures a NUL-terminated UTF-16 text: its units, and the UTF-8 bytes
-// they make unswapped (one, two or three a unit; a pair makes four for two).
+// they make unswapped (one, two or three a unit).
 // Sets *swapped when a swapped byte-order mark is among them, after which
 // the byte count no longer holds. Reads aligned blocks, which never cross
 // into another page.
-KORV_WHOLE_WORD_READS inline void measure_utf16(const uint16_t *s, size_t *units, size_t *bytes,
-                                               bool *swapped)
+KORV_WHOLE_WORD_READS void measure_sse2(const uint16_t *s, size_t *units, size_t *bytes, bool *swapped)
 {
     const uint16_t *p = s;
     size_t total = 0;
@@ -220,7 +216,64 @@ KORV_WHOLE_WORD_READS inline void measure_utf16(const uint16_t *s, size_t *units
     *swapped = mark;
 }
 
-} // namespace korv::utf8
+const unsigned char *decode_sse2(const unsigned char *p, const unsigned char *end, uint16_t *&o)
+{
+    // A block reads two bytes past its sixteen, and the sixteen after it
+    // are checked for continuation bytes.
+    while (end - p >= 32) {
+        if (widen_ascii(p, o)) {
+            p += 16;
+            o += 16;
+            continue;
+        }
+        size_t n = decode_block(p, o);
+        if (n == 0)
+            break;
+        p += n;
+    }
+    return p;
+}
 
-#endif
+const uint16_t *encode_sse2(const uint16_t *p, const uint16_t *end, unsigned char *&o)
+{
+    while (end - p >= 8) {
+        __m128i u = load16(p);
+        if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(u, _mm_set1_epi16((short)0xFF80)),
+                                              _mm_setzero_si128())) == 0xFFFF) {
+            _mm_storel_epi64(reinterpret_cast<__m128i *>(o), _mm_packus_epi16(u, u));
+            o += 8;
+            p += 8;
+            continue;
+        }
+        size_t n = encode_block(p, o);
+        if (n == 0)
+            break;
+        o += n;
+        p += 8;
+    }
+    return p;
+}
+
+const Blocks kSse2 = {decode_sse2, encode_sse2, measure_sse2};
+
+} // namespace
+
+const Blocks *sse2_blocks()
+{
+    return &kSse2;
+}
+
+} // namespace korv::utf16
+
+#else
+
+namespace korv::utf16 {
+
+const Blocks *sse2_blocks()
+{
+    return nullptr;
+}
+
+} // namespace korv::utf16
+
 #endif
