@@ -1,6 +1,8 @@
 // Formatted output: KorvSNPrintf beside glibc's snprintf, with std::to_chars
-// (no format to read, no padding) as the floor. Each case formats the same
-// 1024 values through each peer.
+// (no format to read, no padding) as the floor: for integers in the same
+// base, for "%e", "%f" and "%g" the scientific, fixed and general forms at
+// the same precision. Each case formats the same 1024 values through each
+// peer.
 #include <benchmark/benchmark.h>
 #include <charconv>
 #include <stdio.h>
@@ -20,6 +22,7 @@ uint32_t next_random(uint32_t &x)
 struct Value {
     int32_t i;
     uint32_t u;
+    int64_t l;
     double d;
     char word[16];
 };
@@ -34,6 +37,8 @@ const std::vector<Value> &values()
         Value value;
         value.i = static_cast<int32_t>(next_random(x)) >> (next_random(x) % 28);
         value.u = next_random(x) >> (next_random(x) % 28);
+        value.l = static_cast<int64_t>((static_cast<uint64_t>(next_random(x)) << 32 | next_random(x)) >>
+                                       (next_random(x) % 60));
         value.d = static_cast<double>(static_cast<int32_t>(next_random(x))) / (1 + next_random(x) % 100000);
         uint32_t len = 3 + next_random(x) % 12;
         for (uint32_t c = 0; c < len; c++)
@@ -44,7 +49,7 @@ const std::vector<Value> &values()
     return v;
 }
 
-enum Case { kD, k08x, kS, kS20, kF3, kG, kE, kMixed };
+enum Case { kD, kU, kX, kO, kLld, kW, k08x, kS, kS20, kF3, kF, kG, kE, kMixed };
 enum Peer { kKorv, kLibc, kToChars };
 
 template <Peer peer>
@@ -54,6 +59,26 @@ size_t format_one(Case c, const Value &v, char *buf, size_t size)
     case kD:
         if constexpr (peer == kKorv) return KorvSNPrintf(buf, size, "%d", v.i);
         else if constexpr (peer == kLibc) return snprintf(buf, size, "%d", v.i);
+        else return std::to_chars(buf, buf + size, v.i).ptr - buf;
+    case kU:
+        if constexpr (peer == kKorv) return KorvSNPrintf(buf, size, "%u", v.u);
+        else if constexpr (peer == kLibc) return snprintf(buf, size, "%u", v.u);
+        else return std::to_chars(buf, buf + size, v.u).ptr - buf;
+    case kX:
+        if constexpr (peer == kKorv) return KorvSNPrintf(buf, size, "%X", v.u);
+        else if constexpr (peer == kLibc) return snprintf(buf, size, "%X", v.u);
+        else return std::to_chars(buf, buf + size, v.u, 16).ptr - buf;
+    case kO:
+        if constexpr (peer == kKorv) return KorvSNPrintf(buf, size, "%o", v.u);
+        else if constexpr (peer == kLibc) return snprintf(buf, size, "%o", v.u);
+        else return std::to_chars(buf, buf + size, v.u, 8).ptr - buf;
+    case kLld:
+        if constexpr (peer == kKorv) return KorvSNPrintf(buf, size, "%lld", static_cast<long long>(v.l));
+        else if constexpr (peer == kLibc) return snprintf(buf, size, "%lld", static_cast<long long>(v.l));
+        else return std::to_chars(buf, buf + size, v.l).ptr - buf;
+    case kW:
+        if constexpr (peer == kKorv) return KorvSNPrintf(buf, size, "%+6d", v.i);
+        else if constexpr (peer == kLibc) return snprintf(buf, size, "%+6d", v.i);
         else return std::to_chars(buf, buf + size, v.i).ptr - buf;
     case k08x:
         if constexpr (peer == kKorv) return KorvSNPrintf(buf, size, "%08x", v.u);
@@ -71,6 +96,10 @@ size_t format_one(Case c, const Value &v, char *buf, size_t size)
         if constexpr (peer == kKorv) return KorvSNPrintf(buf, size, "%.3f", v.d);
         else if constexpr (peer == kLibc) return snprintf(buf, size, "%.3f", v.d);
         else return std::to_chars(buf, buf + size, v.d, std::chars_format::fixed, 3).ptr - buf;
+    case kF:
+        if constexpr (peer == kKorv) return KorvSNPrintf(buf, size, "%f", v.d);
+        else if constexpr (peer == kLibc) return snprintf(buf, size, "%f", v.d);
+        else return std::to_chars(buf, buf + size, v.d, std::chars_format::fixed, 6).ptr - buf;
     case kG:
         if constexpr (peer == kKorv) return KorvSNPrintf(buf, size, "%g", v.d);
         else if constexpr (peer == kLibc) return snprintf(buf, size, "%g", v.d);
@@ -124,7 +153,7 @@ void BM_Format(benchmark::State &state, Case c)
 
 int main(int argc, char **argv)
 {
-    const char *names[] = {"%d", "%08x", "%s", "%-20s|", "%.3f", "%g", "%e", "mixed"};
+    const char *names[] = {"%d", "%u", "%X", "%o", "%lld", "%+6d", "%08x", "%s", "%-20s|", "%.3f", "%f", "%g", "%e", "mixed"};
     for (int c = kD; c <= kMixed; c++) {
         std::string name = names[c];
         benchmark::RegisterBenchmark(("korv/" + name).c_str(), BM_Format<kKorv>, static_cast<Case>(c));

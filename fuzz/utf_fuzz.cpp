@@ -1,6 +1,7 @@
 // UTF-8, UTF-16 and UCS-4 conversions, the character walks and the named
 // code pages over fuzzed bytes. Valid text must survive the round trips.
 #include "fuzz_util.h"
+#include "util/utf16_paths.h"
 
 namespace {
 
@@ -49,6 +50,26 @@ bool survives_utf16(const char *s)
         if (c >= 0x10000 || (c >= 0xD800 && c <= 0xDFFF) || c == 0xFEFF || c == 0xFFFE)
             return false;
     }
+}
+
+// The conversions through the block way the machine chose must give what
+// the one-character code gives, byte for byte, both ways.
+template <typename Out, typename In>
+void same_on_every_path(Out *(*convert)(const In *), const In *text)
+{
+    Out *fast = convert(text);
+    korv::utf16::force_path(korv::utf16::Path::Scalar);
+    Out *plain = convert(text);
+    korv::utf16::reset_path();
+    if (!fast != !plain)
+        abort(); // one way refused the text and the other did not
+    size_t n = 0;
+    while (plain && plain[n])
+        n++;
+    if (plain && memcmp(fast, plain, (n + 1) * sizeof(Out)) != 0)
+        abort(); // the block way disagrees with the one-character code
+    korv_internal_free(fast);
+    korv_internal_free(plain);
 }
 
 } // namespace
@@ -102,7 +123,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     // The input read as units of the wider forms.
     std::u16string w = units<char16_t>(data + 1, size - 1);
-    korv_internal_free(KorvUTF8ConvertFromUTF16(reinterpret_cast<const uint16_t *>(w.c_str())));
+    same_on_every_path(KorvUTF8ConvertFromUTF16, reinterpret_cast<const uint16_t *>(w.c_str()));
+    same_on_every_path(KorvUTF8ConvertToUTF16, s);
     std::u32string u = units<char32_t>(data + 1, size - 1);
     korv_internal_free(KorvUTF8ConvertFromUCS4(reinterpret_cast<const uint32_t *>(u.c_str())));
 

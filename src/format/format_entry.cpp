@@ -2,7 +2,7 @@
 // arguments, with or without a locale of the caller's.
 #include "kvsup.h"
 
-#include "format/format_print.h"
+#include "format/format_alone.h"
 
 using korv::fmt::Args;
 using korv::fmt::Output;
@@ -12,8 +12,13 @@ namespace {
 // After a rejected format the string sinks hold an empty string, the
 // growing sink hands out nothing, and the result is the parser's code.
 
-uint64_t to_string(char *dst, const KorvLocale *locale, const char *format, Args args)
+uint64_t string_engine(char *dst, const KorvLocale *locale, const char *format, Args args)
 {
+    uint64_t produced;
+    const korv::fmt::Alone alone = korv::fmt::print_number_alone(dst, UINT64_MAX, locale, format, args, &produced);
+    if (alone == korv::fmt::Alone::done ||
+        (alone == korv::fmt::Alone::longer && korv::fmt::print_alone(dst, UINT64_MAX, locale, format, args, &produced)))
+        return produced;
     Output out = korv::fmt::unbounded_output(dst, locale);
     int code = korv::fmt::print(out, format, args);
     if (code) {
@@ -25,8 +30,15 @@ uint64_t to_string(char *dst, const KorvLocale *locale, const char *format, Args
     return out.produced;
 }
 
-uint64_t to_bounded(char *dst, uint64_t size, const KorvLocale *locale, const char *format, Args args)
+uint64_t bounded_engine(char *dst, uint64_t size, const KorvLocale *locale, const char *format, Args args)
 {
+    uint64_t produced;
+    char *to = size ? dst : nullptr;
+    const uint64_t limit = size ? size - 1 : 0;
+    const korv::fmt::Alone alone = korv::fmt::print_number_alone(to, limit, locale, format, args, &produced);
+    if (alone == korv::fmt::Alone::done ||
+        (alone == korv::fmt::Alone::longer && korv::fmt::print_alone(to, limit, locale, format, args, &produced)))
+        return produced;
     Output out = korv::fmt::bounded_output(dst, size, locale);
     int code = korv::fmt::print(out, format, args);
     if (code) {
@@ -36,6 +48,24 @@ uint64_t to_bounded(char *dst, uint64_t size, const KorvLocale *locale, const ch
     }
     korv::fmt::finish(out);
     return out.produced;
+}
+
+// The plainest conversions ("%d", "%llx") are written here, inline in each
+// member; everything else takes one call.
+KORV_INLINE uint64_t to_string(char *dst, const KorvLocale *locale, const char *format, Args args)
+{
+    uint64_t produced;
+    if (korv::fmt::print_plain_int(dst, UINT64_MAX, format, args, &produced))
+        return produced;
+    return string_engine(dst, locale, format, args);
+}
+
+KORV_INLINE uint64_t to_bounded(char *dst, uint64_t size, const KorvLocale *locale, const char *format, Args args)
+{
+    uint64_t produced;
+    if (korv::fmt::print_plain_int(size ? dst : nullptr, size ? size - 1 : 0, format, args, &produced))
+        return produced;
+    return bounded_engine(dst, size, locale, format, args);
 }
 
 uint64_t to_new(char **result, const KorvLocale *locale, const char *format, Args args)

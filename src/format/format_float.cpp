@@ -6,8 +6,9 @@
 // multiplication by the base. Only the type's significant digits (15 for a
 // double, 6 for a float in base 10) are generated; places beyond them print
 // as zeros. The value is rounded first by adding half a unit in the last
-// printed place.
-#include "format/format_write.h"
+// printed place. In base 10 the multiplications of the fraction are carried
+// out on the double's bits as integers, rounding as the double would.
+#include "format/format_digits.h"
 
 #include <math.h>
 
@@ -86,9 +87,6 @@ constexpr double neg_pow10_table[324] = {
     1e-320, 1e-321, 1e-322, 1e-323
 };
 
-constexpr char lower_digits[] = "0123456789abcdefghijklmnopqrstuvwxyz";
-constexpr char upper_digits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-
 // Fraction and integer places are generated at most this far (the most
 // significant digits of a double in base 2, with room to spare).
 constexpr int digit_room = 64;
@@ -125,7 +123,7 @@ double power(int base, int64_t n)
 }
 
 // x * base^n for any n, in steps that neither overflow nor underflow early.
-double scale(double x, int base, int64_t n)
+double scale_any(double x, int base, int64_t n)
 {
     if (n > power_limit)
         return x == 0 ? 0 : x * HUGE_VAL;
@@ -146,8 +144,20 @@ double scale(double x, int base, int64_t n)
     return n >= 0 ? x * power(base, n) : x / power(base, -n);
 }
 
+// scale_any, with the decimal powers of one step taken at once.
+KORV_INLINE double scale(double x, int base, int64_t n)
+{
+    if (base == 10) {
+        if (n >= 0 && n <= 300)
+            return x * pow10_table[n];
+        if (n < 0 && n >= -300)
+            return x / pow10_table[-n];
+    }
+    return scale_any(x, base, n);
+}
+
 // base^n compared with x: is x >= base^n? (n of any sign)
-bool at_least_power(double x, int base, int64_t n)
+KORV_INLINE bool at_least_power(double x, int base, int64_t n)
 {
     if (base == 10) {
         if (n >= 0)
@@ -160,10 +170,20 @@ bool at_least_power(double x, int base, int64_t n)
 // floor(log_base(x)) for a finite x > 0.
 int64_t floor_log(double x, int base)
 {
-    int binary;
-    frexp(x, &binary);      // x = m * 2^binary, 0.5 <= m < 1
-    const double per_bit = base == 10 ? 0.30102999566398120 : 1.0 / log2(static_cast<double>(base));
-    int64_t e = static_cast<int64_t>(floor((binary - 1) * per_bit));
+    int64_t e;
+    uint64_t bits;
+    memcpy(&bits, &x, sizeof bits);
+    const int biased = static_cast<int>(bits >> 52 & 0x7ff);
+    if (base == 10 && biased != 0) {
+        // x lies in [2^(biased - 1023), 2^(biased - 1022)): a first guess
+        // from the binary exponent (1233 / 4096 is just above log10(2)).
+        e = ((biased - 1023) * 1233) >> 12;
+    } else {
+        int binary;
+        frexp(x, &binary);      // x = m * 2^binary, 0.5 <= m < 1
+        const double per_bit = base == 10 ? 0.30102999566398120 : 1.0 / log2(static_cast<double>(base));
+        e = static_cast<int64_t>(floor((binary - 1) * per_bit));
+    }
     while (!at_least_power(x, base, e))
         --e;
     while (at_least_power(x, base, e + 1))
@@ -195,6 +215,46 @@ int clamp_digit(double d, int base)
     if (d >= base)
         return base - 1;
     return static_cast<int>(d);
+}
+
+// v in [0, 1) as mantissa / 2^exponent with exponent at most 59, so that
+// ten times the mantissa fits a signed 64-bit integer; false when v needs
+// more places.
+bool fixed_point(double v, uint64_t *mantissa, int *exponent)
+{
+    if (!(v >= 0 && v < 1))
+        return false;
+    if (v == 0) {
+        *mantissa = 0;
+        *exponent = 0;
+        return true;
+    }
+    uint64_t bits;
+    memcpy(&bits, &v, sizeof bits);
+    const int biased = static_cast<int>(bits >> 52);
+    if (biased == 0)
+        return false;       // subnormal: far more places than 59
+    uint64_t m = (bits & ((uint64_t{1} << 52) - 1)) | (uint64_t{1} << 52);
+    int e = 1075 - biased;  // v = m / 2^e, e > 52 below 1
+    const int spare = __builtin_ctzll(m);
+    if (e - spare > 59)
+        return false;
+    if (e > 59) {
+        m >>= e - 59;
+        e = 59;
+    }
+    *mantissa = m;
+    *exponent = e;
+    return true;
+}
+
+// 10 * m rounded to a double, as the multiplication of the double
+// m / 2^e by the base rounds it (in the same rounding mode): the product
+// is exact as an integer, its conversion rounds it to 53 bits.
+KORV_INLINE uint64_t times_ten(uint64_t m)
+{
+    const int64_t product = static_cast<int64_t>(m * 10);
+    return static_cast<uint64_t>(static_cast<int64_t>(static_cast<double>(product)));
 }
 
 // The digits of a number as runs: integer digits (computed ones, then
@@ -236,9 +296,25 @@ void generate(double v, int base, int64_t whole, int64_t places, int64_t e, int6
         uint64_t n = static_cast<uint64_t>(v);
         char all[digit_room];
         int count = 0;
-        for (uint64_t rest = n; rest; rest /= static_cast<unsigned>(base))
-            all[count++] = set[rest % static_cast<unsigned>(base)];
-        if (count <= whole) {
+        if (base == 10) {
+            // Written forwards with the integer formatter's digit pairs,
+            // after the zeros of the places above them.
+            count = n ? count_digits(n, 10) : 0;
+            if (count <= whole) {
+                char forward[20];
+                if (n)
+                    digits_of(n, 10, false, forward + count);
+                const int64_t zeros = whole - count;
+                for (int64_t i = 0; i < computed; ++i)
+                    d->whole[i] = i < zeros ? '0' : forward[i - zeros];
+                v -= static_cast<double>(n);
+                computed = 0;
+            }
+        } else {
+            for (uint64_t rest = n; rest; rest /= static_cast<unsigned>(base))
+                all[count++] = set[rest % static_cast<unsigned>(base)];
+        }
+        if (base != 10 && count <= whole) {
             while (count < whole)
                 all[count++] = '0';
             for (int64_t i = 0; i < computed; ++i)
@@ -275,6 +351,30 @@ void generate(double v, int base, int64_t whole, int64_t places, int64_t e, int6
         v = scale(v, base, d->lead_zeros);
     }
     int64_t position = -d->lead_zeros - 1;
+    uint64_t mantissa;
+    int exponent;
+    if (base == 10 && fixed_point(v, &mantissa, &exponent)) {
+        // The same steps on the value's bits: v is mantissa / 2^exponent.
+        int64_t count = -last < places ? -last : places;    // the lowest place generated
+        count -= d->lead_zeros;
+        if (count > digit_room)
+            count = digit_room;
+        const uint64_t below_one = (uint64_t{1} << exponent) - 1;
+        for (int64_t i = 0; i < count; ++i) {
+            const uint64_t product = times_ten(mantissa);
+            uint64_t digit = product >> exponent;
+            mantissa = product & below_one;
+            if (digit > 9) {
+                // 10 * v rounded up to 10: the digit stays 9, v becomes 1.
+                digit = 9;
+                mantissa = product - (uint64_t{9} << exponent);
+            }
+            d->fraction[i] = static_cast<char>('0' + digit);
+        }
+        d->fraction_count = count > 0 ? static_cast<int>(count) : 0;
+        d->tail_zeros = places - d->lead_zeros - d->fraction_count;
+        return;
+    }
     for (; position >= -places && position >= last && d->fraction_count < digit_room; --position) {
         v *= base;
         int digit = clamp_digit(floor(v), base);
@@ -289,6 +389,28 @@ void generate(double v, int base, int64_t whole, int64_t places, int64_t e, int6
 void put_number(Output &out, const Digits &d, const char *point, size_t point_length, const char *exponent,
                 int exponent_length)
 {
+    const uint64_t length = d.whole_count + d.whole_zeros + point_length + d.lead_zeros + d.fraction_count +
+                            d.tail_zeros + exponent_length;
+    if (length <= 64 && point_length <= 8) {
+        // Most numbers are short: made whole here and handed over at once.
+        char text[64 + 2 * digit_room + 32];
+        char *p = text;
+        Output::copy(p, d.whole, static_cast<size_t>(d.whole_count));
+        p += d.whole_count;
+        fill_bytes(p, '0', static_cast<uint64_t>(d.whole_zeros));
+        p += d.whole_zeros;
+        Output::copy(p, point, point_length);
+        p += point_length;
+        fill_bytes(p, '0', static_cast<uint64_t>(d.lead_zeros));
+        p += d.lead_zeros;
+        Output::copy(p, d.fraction, static_cast<size_t>(d.fraction_count));
+        p += d.fraction_count;
+        fill_bytes(p, '0', static_cast<uint64_t>(d.tail_zeros));
+        p += d.tail_zeros;
+        Output::copy(p, exponent, static_cast<size_t>(exponent_length));
+        out.put(text, static_cast<size_t>(length));
+        return;
+    }
     out.put(d.whole, static_cast<size_t>(d.whole_count));
     out.fill('0', static_cast<uint64_t>(d.whole_zeros));
     out.put(point, point_length);
@@ -415,9 +537,6 @@ void write_float(Output &out, double value, const Style &style)
     Digits digits;
     generate(v, base, whole, places, exponent_form ? 0 : e, last, scaled, set, &digits);
 
-    bool fraction_nonzero = false;
-    for (int i = 0; i < digits.fraction_count; ++i)
-        fraction_nonzero |= digits.fraction[i] != '0';
     if (!keep_zeros) {
         // Zeros were held back: they only count before a non-zero digit.
         while (digits.fraction_count > 0 && digits.fraction[digits.fraction_count - 1] == '0')
@@ -426,9 +545,11 @@ void write_float(Output &out, double value, const Style &style)
         if (digits.fraction_count == 0)
             digits.lead_zeros = 0;
     }
-    const bool point = (f & flag_alt) || (places > 0 && (keep_zeros || fraction_nonzero));
+    // Without kept zeros, digits are left exactly when one was not zero.
+    const bool point = (f & flag_alt) || (places > 0 && (keep_zeros || digits.fraction_count > 0));
     const KorvLocale *locale = out.locale && out.locale->decimalPoint ? out.locale : KorvGetKorvaneLocale();
-    const size_t point_length = point ? strlen(locale->decimalPoint) : 0;
+    const char *decimal = locale->decimalPoint;
+    const size_t point_length = !point ? 0 : decimal[0] && !decimal[1] ? 1 : strlen(decimal);
 
     char exponent[24];
     int exponent_length = 0;
@@ -439,14 +560,18 @@ void write_float(Output &out, double value, const Style &style)
         uint64_t n = static_cast<uint64_t>(shown < 0 ? -shown : shown);
         char reversed[20];
         int count = 0;
-        do {
-            reversed[count++] = static_cast<char>('0' + n % 10);
-            n /= 10;
-        } while (n);
-        if (base == 10 && count < 2)
-            reversed[count++] = '0';
-        while (count)
-            exponent[exponent_length++] = reversed[--count];
+        if (n < 100 && base == 10) {
+            // The usual two digits at once.
+            put_pair(exponent + exponent_length, pairs, static_cast<unsigned>(n));
+            exponent_length += 2;
+        } else {
+            do {
+                reversed[count++] = static_cast<char>('0' + n % 10);
+                n /= 10;
+            } while (n);
+            while (count)
+                exponent[exponent_length++] = reversed[--count];
+        }
     }
 
     const char sign = negative ? '-' : (f & flag_plus) ? '+' : (f & flag_blank) ? ' ' : 0;

@@ -15,6 +15,14 @@
 #include <stdint.h>
 #include <string.h>
 
+// Small functions on the hot paths of the engine, inlined whatever the
+// compiler's estimate.
+#if defined(__GNUC__)
+#define KORV_INLINE inline __attribute__((always_inline))
+#else
+#define KORV_INLINE inline
+#endif
+
 namespace korv::fmt {
 
 // The stream members' result once a write failed.
@@ -39,7 +47,7 @@ struct Output {
     uint64_t produced;
     uint64_t stored;
 
-    void put(const char *s, size_t n)
+    KORV_INLINE void put(const char *s, size_t n)
     {
         produced += n;
         if (sink == Sink::unbounded) {
@@ -58,9 +66,22 @@ struct Output {
         }
     }
 
-    void put(char c) { put(&c, 1); }
+    KORV_INLINE void put(char c)
+    {
+        ++produced;
+        if (sink == Sink::unbounded) {
+            if (buffer)
+                buffer[stored] = c;
+            ++stored;
+        } else if (sink == Sink::bounded) {
+            if (stored < limit)
+                buffer[stored++] = c;
+        } else {
+            put_slow(&c, 1);
+        }
+    }
 
-    void fill(char c, uint64_t n)
+    KORV_INLINE void fill(char c, uint64_t n)
     {
         if (n == 0)
             return;
@@ -81,12 +102,31 @@ struct Output {
         }
     }
 
-    // Most runs are a few bytes long: a call to memcpy costs more than they do.
-    static void copy(char *to, const char *from, size_t n)
+    // Most runs are a few bytes long: a call to memcpy costs more than they
+    // do. Two overlapping moves of a fixed size cover a run of 4 to 16.
+    KORV_INLINE static void copy(char *to, const char *from, size_t n)
     {
-        if (n <= 8) {
-            for (size_t i = 0; i < n; ++i)
-                to[i] = from[i];
+        if (n >= 4 && n <= 16) {
+            if (n >= 8) {
+                uint64_t a, b;
+                memcpy(&a, from, 8);
+                memcpy(&b, from + n - 8, 8);
+                memcpy(to, &a, 8);
+                memcpy(to + n - 8, &b, 8);
+            } else {
+                uint32_t a, b;
+                memcpy(&a, from, 4);
+                memcpy(&b, from + n - 4, 4);
+                memcpy(to, &a, 4);
+                memcpy(to + n - 4, &b, 4);
+            }
+        } else if (n < 4) {
+            if (n > 0)
+                to[0] = from[0];
+            if (n > 1)
+                to[1] = from[1];
+            if (n > 2)
+                to[2] = from[2];
         } else {
             memcpy(to, from, n);
         }

@@ -95,6 +95,31 @@ struct Parsed {
 // Parses format into out; returns parse_ok, parse_bad_format or parse_too_many.
 int parse(const char *format, bool scanning, Parsed *out);
 
+// Returned by read_spec when a '*' is met and no table was given for it.
+constexpr int parse_needs_table = 4;
+
+// One conversion as read by read_spec: the fields of its record.
+struct Spec {
+    RecordType type;
+    char conversion;
+    uint32_t flags;
+    int32_t width;
+    int32_t precision;
+    int32_t base;
+    int16_t width_star;
+    int16_t precision_star;
+    int16_t base_star;
+    const char *next;
+    const char *set;
+    uint32_t set_length;
+};
+
+// Reads the conversion that starts at the '%' at start (not "%%"). In
+// printing mode each '*' takes an int record of its own in stars; with a
+// null stars table a '*' ends the reading with parse_needs_table. Returns
+// parse_ok, parse_bad_format, parse_too_many or parse_needs_table.
+int read_spec(const char *start, bool scanning, Parsed *stars, Spec *spec);
+
 } // namespace korv::fmt
 
 #endif

@@ -1,105 +1,14 @@
-// The output driver: argument fetching and the walk over the format.
+// The output driver: the walk over the format, fetching each argument and
+// handing literal text and formatted conversions to the sink.
 #include "format/format_print.h"
 
+#include "format/format_args.h"
 #include "format/format_parse.h"
 #include "format/format_write.h"
 
 namespace korv::fmt {
 
 namespace {
-
-// The size of an integer argument, in bytes.
-int int_size(uint32_t flags)
-{
-    if (flags & flag_64)
-        return 8;
-    if (flags & (flag_hh | flag_I8))
-        return 1;
-    if (flags & (flag_h | flag_I16))
-        return 2;
-    return 4;
-}
-
-// An integer of `size` bytes widened to 64 bits, sign-extended for the
-// signed conversions.
-uint64_t widen(uint64_t raw, int size, bool is_signed)
-{
-    switch (size) {
-    case 1: return is_signed ? static_cast<uint64_t>(static_cast<int8_t>(raw)) : static_cast<uint8_t>(raw);
-    case 2: return is_signed ? static_cast<uint64_t>(static_cast<int16_t>(raw)) : static_cast<uint16_t>(raw);
-    case 4: return is_signed ? static_cast<uint64_t>(static_cast<int32_t>(raw)) : static_cast<uint32_t>(raw);
-    default: return raw;
-    }
-}
-
-template <typename T>
-T read_as(const void *p)
-{
-    T value;
-    memcpy(&value, p, sizeof value);
-    return value;
-}
-
-void fetch_from_list(Record &r, va_list &list)
-{
-    switch (r.type) {
-    case arg_int: {
-        const int size = int_size(r.flags);
-        uint64_t raw = size == 8 ? va_arg(list, uint64_t) : va_arg(list, unsigned int);
-        r.value.u = widen(raw, size, r.flags & flag_signed);
-        break;
-    }
-    case arg_star:
-        r.value.i = va_arg(list, int);
-        break;
-    case arg_char:
-        r.value.i = va_arg(list, int);
-        break;
-    case arg_float:
-        r.value.d = va_arg(list, double);
-        break;
-    case arg_string:
-    case arg_pointer:
-    case arg_count:
-    case arg_scanset:
-        r.value.p = va_arg(list, const void *);
-        break;
-    }
-}
-
-// A missing array or element reads as zero (a null string or pointer).
-void fetch_from_array(Record &r, const void *element)
-{
-    r.value.u = 0;
-    if (!element)
-        return;
-    switch (r.type) {
-    case arg_int: {
-        const int size = int_size(r.flags);
-        uint64_t raw = size == 8 ? read_as<uint64_t>(element)
-                     : size == 4 ? read_as<uint32_t>(element)
-                     : size == 2 ? read_as<uint16_t>(element)
-                                 : read_as<uint8_t>(element);
-        r.value.u = widen(raw, size, r.flags & flag_signed);
-        break;
-    }
-    case arg_star:
-        r.value.i = read_as<int32_t>(element);
-        break;
-    case arg_char:
-        r.value.i = read_as<unsigned char>(element);
-        break;
-    case arg_float:
-        r.value.d = (r.flags & flag_h) && !(r.flags & flag_L) ? read_as<float>(element) : read_as<double>(element);
-        break;
-    case arg_string:
-    case arg_pointer:
-    case arg_count:
-    case arg_scanset:
-        r.value.p = read_as<const void *>(element);
-        break;
-    }
-}
 
 // Literal text from p to end: "%%" writes one '%', the rest is copied in runs.
 void put_literal(Output &out, const char *p, const char *end)
@@ -154,12 +63,129 @@ Style resolve(const Parsed &parsed, const Record &r)
     return style;
 }
 
+// One conversion written with its value.
+void write_value(Output &out, const Record &r, const Style &style)
+{
+    switch (r.type) {
+    case arg_int:
+        write_int(out, r.value.u, style);
+        break;
+    case arg_float:
+        write_float(out, r.value.d, style);
+        break;
+    case arg_char:
+        write_char(out, static_cast<int>(r.value.i), style);
+        break;
+    case arg_string:
+        write_string(out, static_cast<const char *>(r.value.p), style);
+        break;
+    case arg_pointer:
+        write_pointer(out, r.value.p, style);
+        break;
+    case arg_count:
+        store_count(r, out.stored);
+        break;
+    case arg_star:
+    case arg_scanset:
+        break;
+    }
+}
+
+// The first conversions as check() read them, for print_direct() to take
+// without reading them again.
+constexpr int kept_specs = 8;
+
+struct Checked {
+    int count;
+    Spec specs[kept_specs];
+};
+
+// Checks a format without '*' conversions: parse_ok, the parser's code, or
+// parse_needs_table when a '*' asks for the table of records.
+int check(const char *format, Checked *checked)
+{
+    checked->count = 0;
+    if (!format)
+        return parse_bad_format;
+    int count = 0;
+    const char *p = format;
+    for (;;) {
+        while (*p && *p != '%')
+            ++p;
+        if (!*p)
+            return parse_ok;
+        if (p[1] == '%') {
+            p += 2;
+            continue;
+        }
+        Spec spec;
+        Spec *into = count < kept_specs ? &checked->specs[count] : &spec;
+        int code = read_spec(p, false, nullptr, into);
+        if (code != parse_ok)
+            return code;
+        if (++count > max_records)
+            return parse_too_many;
+        checked->count = count < kept_specs ? count : kept_specs;
+        p = into->next;
+    }
+}
+
+// Formats a checked format without '*' conversions in one walk: each
+// conversion is read again, its argument fetched and written at once.
+void print_direct(Output &out, const char *format, Args args, const Checked &checked)
+{
+    int index = 0;
+    const char *p = format;
+    for (;;) {
+        const char *q = p;
+        while (*q && *q != '%')
+            ++q;
+        if (q != p)
+            out.put(p, static_cast<size_t>(q - p));
+        if (!*q)
+            return;
+        if (q[1] == '%') {
+            out.put('%');
+            p = q + 2;
+            continue;
+        }
+        Spec read;
+        if (index >= checked.count)
+            read_spec(q, false, nullptr, &read);
+        const Spec &spec = index < checked.count ? checked.specs[index] : read;
+        Record r;
+        r.type = spec.type;
+        r.flags = spec.flags;
+        if (args.list)
+            fetch_from_list(r, *args.list);
+        else
+            fetch_from_array(r, args.array ? args.array[index] : nullptr);
+        ++index;
+        const Style style{spec.flags, spec.width > 0 ? spec.width : 0, spec.precision, spec.base,
+                          spec.conversion};
+        write_value(out, r, style);
+        p = spec.next;
+    }
+}
+
 } // namespace
 
 int print(Output &out, const char *format, Args args)
 {
+    // A format is checked whole before anything is written or fetched, so
+    // that a rejected one leaves the sink untouched. Without '*' it is then
+    // written in one walk; with one it takes the table of records.
+    Checked checked;
+    int code = check(format, &checked);
+    if (code == parse_ok) {
+        print_direct(out, format, args, checked);
+        return parse_ok;
+    }
+    if (code != parse_needs_table)
+        return code;
+
     Parsed parsed;
-    int code = parse(format, false, &parsed);
+    code = parse(format, false, &parsed);
     if (code != parse_ok)
         return code;
 
@@ -178,30 +204,7 @@ int print(Output &out, const char *format, Args args)
             continue;
         put_literal(out, p, r.start);
         p = r.next;
-        const Style style = resolve(parsed, r);
-        switch (r.type) {
-        case arg_int:
-            write_int(out, r.value.u, style);
-            break;
-        case arg_float:
-            write_float(out, r.value.d, style);
-            break;
-        case arg_char:
-            write_char(out, static_cast<int>(r.value.i), style);
-            break;
-        case arg_string:
-            write_string(out, static_cast<const char *>(r.value.p), style);
-            break;
-        case arg_pointer:
-            write_pointer(out, r.value.p, style);
-            break;
-        case arg_count:
-            store_count(r, out.stored);
-            break;
-        case arg_star:
-        case arg_scanset:
-            break;
-        }
+        write_value(out, r, resolve(parsed, r));
     }
     const char *end = p;
     while (*end)

@@ -22,6 +22,7 @@ struct Style {
 
 // Integers: signed conversions read value as int64_t, others as uint64_t.
 void write_int(Output &out, uint64_t value, const Style &style);
+
 // "(nil)" for null, else '0', 'x' and 16 hexadecimal digits.
 void write_pointer(Output &out, const void *p, const Style &style);
 // One byte, escaped with '#', quoted with flag_quote.
