@@ -67,11 +67,7 @@ bool read_alone(const char *format, Style *style, RecordType *type)
         *style = Style{l.flags, 0, -1, l.base, *p};
         return true;
     }
-    uint32_t flags = 0;
-    while (static_cast<unsigned char>(*p) <= '0' && flag_bits[static_cast<unsigned char>(*p)]) {
-        flags |= flag_bits[static_cast<unsigned char>(*p)];
-        ++p;
-    }
+    uint32_t flags = read_flags(p);
     int32_t width = 0;
     if (*p >= '1' && *p <= '9') {
         if (!read_small(p, &width))
@@ -91,36 +87,13 @@ bool read_alone(const char *format, Style *style, RecordType *type)
         }
         flags |= flag_has_precision;
     }
-    switch (*p) {
-    case 'h':
-        flags |= p[1] == 'h' ? (flag_h | flag_hh) : flag_h;
-        p += p[1] == 'h' ? 2 : 1;
-        break;
-    case 'l':
-        flags |= p[1] == 'l' ? (flag_l | flag_ll | flag_64) : flag_l;
-        p += p[1] == 'l' ? 2 : 1;
-        break;
-    case 'j':
-        flags |= flag_j | flag_64;
-        ++p;
-        break;
-    case 'z':
-    case 't':
-        flags |= flag_64;
-        ++p;
-        break;
-    case 'L':
-        flags |= flag_L;
-        ++p;
-        break;
-    case 'I':
+    const uint32_t size = read_size(p);
+    flags |= size;
+    if (!size && *p == 'I') {
         if (p[1] != '6' || p[2] != '4')
             return false;
         flags |= flag_64;
         p += 3;
-        break;
-    default:
-        break;
     }
     if (!*p || p[1] != '\0')
         return false;

@@ -91,6 +91,51 @@ inline constexpr auto flag_bits = [] {
     return t;
 }();
 
+// The flag characters at p, stepped over; their flags.
+KORV_INLINE uint32_t read_flags(const char *&p)
+{
+    uint32_t flags = 0;
+    while (static_cast<unsigned char>(*p) <= '0' && flag_bits[static_cast<unsigned char>(*p)]) {
+        flags |= flag_bits[static_cast<unsigned char>(*p)];
+        ++p;
+    }
+    return flags;
+}
+
+// A size ("h", "hh", "l", "ll", "j", "z", "t" or "L") at p, stepped over;
+// its flags, 0 when there is none.
+KORV_INLINE uint32_t read_size(const char *&p)
+{
+    switch (*p) {
+    case 'h':
+        if (p[1] == 'h') {
+            p += 2;
+            return flag_h | flag_hh;
+        }
+        ++p;
+        return flag_h;
+    case 'l':
+        if (p[1] == 'l') {
+            p += 2;
+            return flag_l | flag_ll | flag_64;
+        }
+        ++p;
+        return flag_l;
+    case 'j':
+        ++p;
+        return flag_j | flag_64;
+    case 'z':
+    case 't':
+        ++p;
+        return flag_64;
+    case 'L':
+        ++p;
+        return flag_L;
+    default:
+        return 0;
+    }
+}
+
 // What print_number_alone made of a format.
 enum class Alone {
     done,       // written
@@ -109,11 +154,7 @@ KORV_INLINE Alone print_number_alone(char *to, uint64_t limit, const KorvLocale 
     if (!to)
         return Alone::longer;
     const char *p = format + 1;
-    uint32_t flags = 0;
-    while (static_cast<unsigned char>(*p) <= '0' && flag_bits[static_cast<unsigned char>(*p)]) {
-        flags |= flag_bits[static_cast<unsigned char>(*p)];
-        ++p;
-    }
+    uint32_t flags = read_flags(p);
     int32_t width = 0;
     if (*p >= '1' && *p <= '9') {
         width = *p++ - '0';
@@ -130,22 +171,7 @@ KORV_INLINE Alone print_number_alone(char *to, uint64_t limit, const KorvLocale 
                 precision = precision * 10 + (*p++ - '0');
         }
     }
-    if (*p == 'l') {
-        flags |= p[1] == 'l' ? flag_l | flag_ll | flag_64 : flag_l;
-        p += p[1] == 'l' ? 2 : 1;
-    } else if (*p == 'h') {
-        flags |= p[1] == 'h' ? flag_h | flag_hh : flag_h;
-        p += p[1] == 'h' ? 2 : 1;
-    } else if (*p == 'z' || *p == 't') {
-        flags |= flag_64;
-        ++p;
-    } else if (*p == 'j') {
-        flags |= flag_j | flag_64;
-        ++p;
-    } else if (*p == 'L') {
-        flags |= flag_L;
-        ++p;
-    }
+    flags |= read_size(p);
     if ((*p >= '0' && *p <= '9') || *p == 'I')
         return Alone::longer;
     if (!*p || p[1] != '\0')
