@@ -44,13 +44,19 @@ struct Random {
 };
 
 // Integers of every length, small ones and limits more often than chance gives.
+// Each draw is a statement of its own: the order of two calls within one
+// expression is the compiler's choice, and the values must be the same on
+// every platform.
 uint64_t random_integer(Random &r)
 {
     switch (r.below(8)) {
     case 0: return r.below(3);
     case 1: return static_cast<uint64_t>(-static_cast<int64_t>(r.below(3)));
     case 2: return uint64_t{1} << r.below(64);
-    default: return r.next() >> r.below(64);
+    default: {
+        const uint64_t bits = r.next();
+        return bits >> r.below(64);
+    }
     }
 }
 
@@ -65,10 +71,20 @@ double random_double(Random &r)
         memcpy(&d, &bits, sizeof d);
         return d;
     }
-    case 1: return sign * static_cast<double>(r.next() >> r.below(64)) / static_cast<double>(1 + r.below(100000));
+    case 1: {
+        const uint64_t bits = r.next();
+        const double whole = static_cast<double>(bits >> r.below(64));
+        return sign * whole / static_cast<double>(1 + r.below(100000));
+    }
     case 2: return r.below(2) ? sign * powers_of_ten[r.below(23)] : sign / powers_of_ten[r.below(23)];
-    case 3: return sign * (static_cast<double>(r.below(100000)) + 0.5) / powers_of_ten[r.below(6)];
-    case 4: return sign * ldexp(static_cast<double>(r.next() >> 11), static_cast<int>(r.below(200)) - 150);
+    case 3: {
+        const double half = static_cast<double>(r.below(100000)) + 0.5;
+        return sign * half / powers_of_ten[r.below(6)];
+    }
+    case 4: {
+        const double mantissa = static_cast<double>(r.next() >> 11);
+        return sign * ldexp(mantissa, static_cast<int>(r.below(200)) - 150);
+    }
     default: return sign * static_cast<double>(r.below(1000000)) / 1000.0;
     }
 }
@@ -305,7 +321,7 @@ uint64_t digest_of_conversions(bool floating)
 
 TEST(PrintDifferential, EveryDigitAsBefore)
 {
-    EXPECT_EQ(digest_of_conversions(true), 3404621430870109892u);
+    EXPECT_EQ(digest_of_conversions(true), 7660998286201531117u);
     EXPECT_EQ(digest_of_conversions(false), 4537393624911365765u);
 }
 
