@@ -90,7 +90,7 @@ Record *add(Parsed *table, const char *start)
 
 } // namespace
 
-int read_spec(const char *start, bool scanning, Parsed *stars, Spec *spec)
+int read_directive(const char *start, bool scanning, Parsed *stars, Directive *directive)
 {
     uint32_t flags = 0;
     int32_t width = -1, precision = -1, base = -1;
@@ -102,16 +102,16 @@ int read_spec(const char *start, bool scanning, Parsed *stars, Spec *spec)
 
     if (conversion_of(*p, scanning, &conv) && conv.type != arg_scanset) {
         // The letter right after the '%': no flags, width or size.
-        spec->type = conv.type;
-        spec->conversion = *p;
-        spec->flags = conv.flags;
-        spec->width = -1;
-        spec->precision = -1;
-        spec->base = conv.base ? conv.base : 10;
-        spec->width_star = spec->precision_star = spec->base_star = -1;
-        spec->next = p + 1;
-        spec->set = nullptr;
-        spec->set_length = 0;
+        directive->type = conv.type;
+        directive->conversion = *p;
+        directive->flags = conv.flags;
+        directive->width = -1;
+        directive->precision = -1;
+        directive->base = conv.base ? conv.base : 10;
+        directive->width_star = directive->precision_star = directive->base_star = -1;
+        directive->next = p + 1;
+        directive->set = nullptr;
+        directive->set_length = 0;
         return parse_ok;
     }
     for (;; ++p) {
@@ -204,46 +204,46 @@ int read_spec(const char *start, bool scanning, Parsed *stars, Spec *spec)
     }
 
     const char *next = p + 1;
-    spec->set = nullptr;
-    spec->set_length = 0;
+    directive->set = nullptr;
+    directive->set_length = 0;
     if (conv.type == arg_scanset) {
         const char *q = next;
         if (*q == '^') {
             flags |= flag_negated;
             ++q;
         }
-        spec->set = q;
+        directive->set = q;
         if (*q == ']')
             ++q;
         while (*q && *q != ']')
             ++q;
         if (!*q)
             return parse_bad_format;
-        spec->set_length = static_cast<uint32_t>(q - spec->set);
+        directive->set_length = static_cast<uint32_t>(q - directive->set);
         next = q + 1;
     }
 
-    spec->type = conv.type;
-    spec->conversion = *p;
-    spec->flags = flags | conv.flags | (precision >= 0 || precision_star >= 0 ? flag_has_precision : 0u);
-    spec->width = width;
-    spec->precision = precision;
+    directive->type = conv.type;
+    directive->conversion = *p;
+    directive->flags = flags | conv.flags | (precision >= 0 || precision_star >= 0 ? flag_has_precision : 0u);
+    directive->width = width;
+    directive->precision = precision;
     if (conv.base != 0) {
-        spec->base = conv.base;
+        directive->base = conv.base;
     } else if (base > 0) {
-        spec->base = base;
-        spec->flags |= flag_has_base;
+        directive->base = base;
+        directive->flags |= flag_has_base;
     } else {
-        spec->base = 10;
+        directive->base = 10;
         if (base_star >= 0)
-            spec->flags |= flag_has_base;
+            directive->flags |= flag_has_base;
     }
-    spec->width_star = width_star;
-    spec->precision_star = precision_star;
+    directive->width_star = width_star;
+    directive->precision_star = precision_star;
     // A '*' base still takes its argument; only conversions that accept
     // a base read it.
-    spec->base_star = conv.base == 0 ? base_star : -1;
-    spec->next = next;
+    directive->base_star = conv.base == 0 ? base_star : -1;
+    directive->next = next;
     return parse_ok;
 }
 
@@ -265,8 +265,8 @@ int parse(const char *format, bool scanning, Parsed *out)
             continue;
         }
         const int first_record = out->count;
-        Spec spec;
-        int code = read_spec(p, scanning, out, &spec);
+        Directive directive;
+        int code = read_directive(p, scanning, out, &directive);
         if (code != parse_ok)
             return code;
         if (out->count >= max_records)
@@ -274,21 +274,21 @@ int parse(const char *format, bool scanning, Parsed *out)
         Record *r = &out->records[out->count++];
         r->start = p;
         r->value.u = 0;
-        r->type = spec.type;
-        r->conversion = spec.conversion;
-        r->flags = spec.flags;
-        r->width = spec.width;
-        r->precision = spec.precision;
-        r->base = spec.base;
-        r->width_star = spec.width_star;
-        r->precision_star = spec.precision_star;
-        r->base_star = spec.base_star;
-        r->next = spec.next;
-        r->set = spec.set;
-        r->set_length = spec.set_length;
+        r->type = directive.type;
+        r->conversion = directive.conversion;
+        r->flags = directive.flags;
+        r->width = directive.width;
+        r->precision = directive.precision;
+        r->base = directive.base;
+        r->width_star = directive.width_star;
+        r->precision_star = directive.precision_star;
+        r->base_star = directive.base_star;
+        r->next = directive.next;
+        r->set = directive.set;
+        r->set_length = directive.set_length;
         for (int i = first_record; i < out->count - 1; ++i)
-            out->records[i].next = spec.next;
-        p = spec.next;
+            out->records[i].next = directive.next;
+        p = directive.next;
     }
 }
 

@@ -95,11 +95,11 @@ struct Parsed {
 // Parses format into out; returns parse_ok, parse_bad_format or parse_too_many.
 int parse(const char *format, bool scanning, Parsed *out);
 
-// Returned by read_spec when a '*' is met and no table was given for it.
+// Returned by read_directive when a '*' is met and no table was given for it.
 constexpr int parse_needs_table = 4;
 
-// One conversion as read by read_spec: the fields of its record.
-struct Spec {
+// One conversion as read by read_directive: the fields of its record.
+struct Directive {
     RecordType type;
     char conversion;
     uint32_t flags;
@@ -118,7 +118,7 @@ struct Spec {
 // printing mode each '*' takes an int record of its own in stars; with a
 // null stars table a '*' ends the reading with parse_needs_table. Returns
 // parse_ok, parse_bad_format, parse_too_many or parse_needs_table.
-int read_spec(const char *start, bool scanning, Parsed *stars, Spec *spec);
+int read_directive(const char *start, bool scanning, Parsed *stars, Directive *directive);
 
 } // namespace korv::fmt
 

@@ -93,11 +93,11 @@ void write_value(Output &out, const Record &r, const Style &style)
 
 // The first conversions as check() read them, for print_direct() to take
 // without reading them again.
-constexpr int kept_specs = 8;
+constexpr int kept_directives = 8;
 
 struct Checked {
     int count;
-    Spec specs[kept_specs];
+    Directive directives[kept_directives];
 };
 
 // Checks a format without '*' conversions: parse_ok, the parser's code, or
@@ -118,14 +118,14 @@ int check(const char *format, Checked *checked)
             p += 2;
             continue;
         }
-        Spec spec;
-        Spec *into = count < kept_specs ? &checked->specs[count] : &spec;
-        int code = read_spec(p, false, nullptr, into);
+        Directive directive;
+        Directive *into = count < kept_directives ? &checked->directives[count] : &directive;
+        int code = read_directive(p, false, nullptr, into);
         if (code != parse_ok)
             return code;
         if (++count > max_records)
             return parse_too_many;
-        checked->count = count < kept_specs ? count : kept_specs;
+        checked->count = count < kept_directives ? count : kept_directives;
         p = into->next;
     }
 }
@@ -149,22 +149,22 @@ void print_direct(Output &out, const char *format, Args args, const Checked &che
             p = q + 2;
             continue;
         }
-        Spec read;
+        Directive read;
         if (index >= checked.count)
-            read_spec(q, false, nullptr, &read);
-        const Spec &spec = index < checked.count ? checked.specs[index] : read;
+            read_directive(q, false, nullptr, &read);
+        const Directive &directive = index < checked.count ? checked.directives[index] : read;
         Record r;
-        r.type = spec.type;
-        r.flags = spec.flags;
+        r.type = directive.type;
+        r.flags = directive.flags;
         if (args.list)
             fetch_from_list(r, *args.list);
         else
             fetch_from_array(r, args.array ? args.array[index] : nullptr);
         ++index;
-        const Style style{spec.flags, spec.width > 0 ? spec.width : 0, spec.precision, spec.base,
-                          spec.conversion};
+        const Style style{directive.flags, directive.width > 0 ? directive.width : 0, directive.precision, directive.base,
+                          directive.conversion};
         write_value(out, r, style);
-        p = spec.next;
+        p = directive.next;
     }
 }
 

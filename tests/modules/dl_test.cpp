@@ -103,7 +103,7 @@ TEST(DynamicLibrary, BaseName) {
     EXPECT_EQ(KorvGetLibraryBaseName(nullptr), nullptr);
 }
 
-TEST(RetrieveFunc, SpecificationForms) {
+TEST(RetrieveFunc, EntryNameForms) {
     // The symbol is looked up in the first library of the list.
     EXPECT_EQ(resolve("tb_blur!BlurInit", nullptr).answer, 2);
     EXPECT_EQ(resolve("tb_base,tb_blur!BlurInit", nullptr).answer, 1);
