@@ -22,61 +22,6 @@ bool print_alone(char *to, uint64_t limit, const KorvLocale *locale, const char 
 // at to; returns the whole length.
 uint64_t write_float_to(char *to, uint64_t limit, const KorvLocale *locale, double value, const Style &style);
 
-// The plainest of them, inlined into every member: a '%', a size and an
-// integer conversion letter, into a string with room for any value.
-KORV_INLINE bool print_plain_int(char *to, uint64_t limit, const char *format, Args args, uint64_t *produced)
-{
-    if (!format || format[0] != '%' || !to || limit < 23)
-        return false;
-    const char *p = format + 1;
-    uint32_t flags = 0;
-    if (*p == 'l') {
-        flags = p[1] == 'l' ? flag_l | flag_ll | flag_64 : flag_l;
-        p += p[1] == 'l' ? 2 : 1;
-    } else if (*p == 'h') {
-        flags = p[1] == 'h' ? flag_h | flag_hh : flag_h;
-        p += p[1] == 'h' ? 2 : 1;
-    } else if (*p == 'z' || *p == 't') {
-        flags = flag_64;
-        ++p;
-    } else if (*p == 'j') {
-        flags = flag_j | flag_64;
-        ++p;
-    }
-    if (!*p || p[1] != '\0')
-        return false;
-    int base;
-    switch (*p) {
-    case 'd': case 'i': base = 10; flags |= flag_signed; break;
-    case 'u': base = 10; break;
-    case 'x': base = 16; break;
-    case 'X': base = 16; flags |= flag_upper; break;
-    case 'o': base = 8; break;
-    default: return false;
-    }
-    Record r;
-    r.type = arg_int;
-    r.flags = flags;
-    if (args.list)
-        fetch_from_list(r, *args.list);
-    else
-        fetch_from_array(r, args.array ? args.array[0] : nullptr);
-    uint64_t magnitude = r.value.u;
-    bool negative = false;
-    if ((flags & flag_signed) && static_cast<int64_t>(magnitude) < 0) {
-        negative = true;
-        magnitude = 0 - magnitude;
-    }
-    if (!(flags & flag_64))
-        magnitude &= 0xffffffffu;
-    const int length = count_digits(magnitude, base) + negative;
-    to[0] = '-';
-    digits_of(magnitude, base, flags & flag_upper, to + length);
-    to[length] = '\0';
-    *produced = static_cast<uint64_t>(length);
-    return true;
-}
-
 // The flag characters, all of them at or below '0'.
 inline constexpr auto flag_bits = [] {
     struct Table {
@@ -202,6 +147,84 @@ KORV_INLINE Alone print_number_alone(char *to, uint64_t limit, const KorvLocale 
         *produced = write_float_to(to, limit, locale, r.value.d, style);
     }
     return Alone::done;
+}
+
+// The commonest of them, inlined into every member: an integer conversion
+// with a size, the flags '-', '+', ' ' and '0' and a width of up to two
+// digits, but no precision and no '#', into a string with room for it.
+KORV_INLINE bool print_plain_int(char *to, uint64_t limit, const char *format, Args args, uint64_t *produced)
+{
+    if (!format || format[0] != '%' || !to)
+        return false;
+    const char *p = format + 1;
+    uint32_t flags = 0;
+    uint64_t width = 0;
+    if (static_cast<unsigned char>(*p) <= '9') {
+        // Flags and width; sizes and conversions are letters, above '9'.
+        flags = read_flags(p);
+        if (*p >= '1' && *p <= '9') {
+            width = static_cast<uint64_t>(*p++ - '0');
+            if (*p >= '0' && *p <= '9')
+                width = width * 10 + static_cast<uint64_t>(*p++ - '0');
+        }
+    }
+    const uint32_t size = read_size(p);
+    if ((flags & flag_alt) || (size & flag_L) || !*p || p[1] != '\0' || limit < 23 || limit < width)
+        return false;
+    int base;
+    uint32_t kind = 0;
+    switch (*p) {
+    case 'd': case 'i': base = 10; kind = flag_signed; break;
+    case 'u': base = 10; break;
+    case 'x': base = 16; break;
+    case 'X': base = 16; kind = flag_upper; break;
+    case 'o': base = 8; break;
+    default: return false;
+    }
+    Record r;
+    r.type = arg_int;
+    r.flags = flags | size | kind;
+    if (args.list)
+        fetch_from_list(r, *args.list);
+    else
+        fetch_from_array(r, args.array ? args.array[0] : nullptr);
+    uint64_t magnitude = r.value.u;
+    char sign = 0;
+    if (kind & flag_signed) {
+        if (static_cast<int64_t>(magnitude) < 0) {
+            sign = '-';
+            magnitude = 0 - magnitude;
+        } else if (flags & flag_plus) {
+            sign = '+';
+        } else if (flags & flag_blank) {
+            sign = ' ';
+        }
+    }
+    if (!(size & flag_64))
+        magnitude &= 0xffffffffu;
+    const int ndigits = count_digits(magnitude, base);
+    const uint64_t body = static_cast<uint64_t>(ndigits) + (sign ? 1 : 0);
+    const uint64_t pad = width > body ? width - body : 0;
+    char *q = to;
+    if (pad && !(flags & (flag_minus | flag_zero))) {
+        fill_bytes(q, ' ', pad);
+        q += pad;
+    }
+    if (sign)
+        *q++ = sign;
+    if (pad && (flags & flag_zero) && !(flags & flag_minus)) {
+        fill_bytes(q, '0', pad);
+        q += pad;
+    }
+    q += ndigits;
+    digits_of(magnitude, base, kind & flag_upper, q);
+    if (pad && (flags & flag_minus)) {
+        fill_bytes(q, ' ', pad);
+        q += pad;
+    }
+    *q = '\0';
+    *produced = static_cast<uint64_t>(q - to);
+    return true;
 }
 
 } // namespace korv::fmt

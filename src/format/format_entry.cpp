@@ -50,8 +50,8 @@ uint64_t bounded_engine(char *dst, uint64_t size, const KorvLocale *locale, cons
     return out.produced;
 }
 
-// The plainest conversions ("%d", "%llx") are written here, inline in each
-// member; everything else takes one call.
+// The commonest conversions ("%d", "%llx", "%08x", "%-6d") are written
+// here, inline in each member; everything else takes one call.
 KORV_INLINE uint64_t to_string(char *dst, const KorvLocale *locale, const char *format, Args args)
 {
     uint64_t produced;
