@@ -235,25 +235,12 @@ uint32_t fs_os_copy(const char *destination, const char *source, uint32_t overwr
         return 0xFFFFFFFFu;
     }
     mode_t mode = st.st_mode & 0777;
-    if (!overwrite) {
-        // A new file: a failed copy removes it again.
-        int out = open(destination, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-        if (out < 0) {
-            close(in);
-            return 0xFFFFFFFFu;
-        }
-        bool ok = copy_bytes(in, out);
-        close(in);
-        if (close(out) != 0)
-            ok = false;
-        if (!ok)
-            unlink(destination);
-        return ok ? 1 : 0xFFFFFFFFu;
-    }
-    // Overwriting: the copy goes to a new name beside the destination and
+    // A new file is made under its own name, and a failed copy removes it
+    // again. An overwrite goes to a new name beside the destination and
     // replaces it only when complete, so a failure leaves it as it was.
     char *temp = nullptr;
-    int out = create_beside(destination, mode, &temp);
+    int out = overwrite ? create_beside(destination, mode, &temp)
+                        : open(destination, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (out < 0) {
         close(in);
         return 0xFFFFFFFFu;
@@ -262,10 +249,10 @@ uint32_t fs_os_copy(const char *destination, const char *source, uint32_t overwr
     close(in);
     if (close(out) != 0)
         ok = false;
-    if (ok)
+    if (ok && temp)
         ok = rename(temp, destination) == 0;
     if (!ok)
-        unlink(temp);
+        unlink(temp ? temp : destination);
     korv_internal_free(temp);
     return ok ? 1 : 0xFFFFFFFFu;
 }
