@@ -150,8 +150,8 @@ KORV_INLINE Alone print_number_alone(char *to, uint64_t limit, const KorvLocale 
 }
 
 // The commonest of them, inlined into every member: an integer conversion
-// with a size, the flags '-', '+', ' ' and '0' and a width of up to two
-// digits, but no precision and no '#', into a string with room for it.
+// with a size, flags and a width of up to two digits but no precision, into
+// a string with room for it.
 KORV_INLINE bool print_plain_int(char *to, uint64_t limit, const char *format, Args args, uint64_t *produced)
 {
     if (!format || format[0] != '%' || !to)
@@ -169,7 +169,7 @@ KORV_INLINE bool print_plain_int(char *to, uint64_t limit, const char *format, A
         }
     }
     const uint32_t size = read_size(p);
-    if ((flags & flag_alt) || (size & flag_L) || !*p || p[1] != '\0' || limit < 23 || limit < width)
+    if (!*p || p[1] != '\0' || limit < 23 || limit < width)
         return false;
     int base;
     uint32_t kind = 0;
@@ -188,42 +188,10 @@ KORV_INLINE bool print_plain_int(char *to, uint64_t limit, const char *format, A
         fetch_from_list(r, *args.list);
     else
         fetch_from_array(r, args.array ? args.array[0] : nullptr);
-    uint64_t magnitude = r.value.u;
-    char sign = 0;
-    if (kind & flag_signed) {
-        if (static_cast<int64_t>(magnitude) < 0) {
-            sign = '-';
-            magnitude = 0 - magnitude;
-        } else if (flags & flag_plus) {
-            sign = '+';
-        } else if (flags & flag_blank) {
-            sign = ' ';
-        }
-    }
-    if (!(size & flag_64))
-        magnitude &= 0xffffffffu;
-    const int ndigits = count_digits(magnitude, base);
-    const uint64_t body = static_cast<uint64_t>(ndigits) + (sign ? 1 : 0);
-    const uint64_t pad = width > body ? width - body : 0;
-    char *q = to;
-    if (pad && !(flags & (flag_minus | flag_zero))) {
-        fill_bytes(q, ' ', pad);
-        q += pad;
-    }
-    if (sign)
-        *q++ = sign;
-    if (pad && (flags & flag_zero) && !(flags & flag_minus)) {
-        fill_bytes(q, '0', pad);
-        q += pad;
-    }
-    q += ndigits;
-    digits_of(magnitude, base, kind & flag_upper, q);
-    if (pad && (flags & flag_minus)) {
-        fill_bytes(q, ' ', pad);
-        q += pad;
-    }
-    *q = '\0';
-    *produced = static_cast<uint64_t>(q - to);
+    const Style style{r.flags, static_cast<int32_t>(width), -1, base, *p};
+    const uint64_t length = store_int(to, limit, r.value.u, style);
+    to[length < limit ? length : limit] = '\0';
+    *produced = length;
     return true;
 }
 
