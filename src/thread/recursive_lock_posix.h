@@ -20,7 +20,10 @@
 
 #include <atomic>
 
-#include "thread/futex_posix.h"
+#if defined(__linux__)
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#endif
 
 namespace korv::sys {
 
@@ -121,10 +124,12 @@ struct RecursiveLock {
         continue;
       }
       if (!(c & 1u) && !word.compare_exchange_weak(c, c | 1u, std::memory_order_relaxed)) continue;
-      futex_wait(&word, c | 1u, nullptr);
+      syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, c | 1u, nullptr, nullptr, 0);
     }
   }
-  __attribute__((noinline)) void wake_one() { futex_wake(&word, 1); }
+  __attribute__((noinline)) void wake_one() {
+    syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+  }
 #endif
 };
 
