@@ -70,7 +70,7 @@ void finish(KorvChunk *chunk, const FormatHeader *f, uint32_t measurements, uint
 
 } // namespace
 
-uint32_t korv_spectral_create(KorvGenericHeader **header)
+uint32_t korv_bands_create(KorvGenericHeader **header)
 {
     if (!header)
         return 0;
@@ -83,10 +83,10 @@ uint32_t korv_spectral_create(KorvGenericHeader **header)
     return 1;
 }
 
-uint32_t korv_spectral_to_header(KorvCMNode *tree, KorvGenericHeader **header)
+uint32_t korv_bands_to_header(KorvCMNode *tree, KorvGenericHeader **header)
 {
     KorvGenericHeader *h = nullptr;
-    if (!tree || !korv_spectral_create(&h))
+    if (!tree || !korv_bands_create(&h))
         return 0;
     FormatHeader *f = as_format_header(h);
     if (!take_params(h, tree)) {
@@ -106,7 +106,7 @@ uint32_t korv_spectral_to_header(KorvCMNode *tree, KorvGenericHeader **header)
     return 1;
 }
 
-uint32_t korv_spectral_ascii_from_header(KorvGenericHeader *header, KorvCMNode **tree)
+uint32_t korv_bands_ascii_from_header(KorvGenericHeader *header, KorvCMNode **tree)
 {
     if (!header || !tree)
         return 0;
@@ -114,7 +114,7 @@ uint32_t korv_spectral_ascii_from_header(KorvGenericHeader *header, KorvCMNode *
     return 1;
 }
 
-uint32_t korv_spectral_binary_from_header(KorvGenericHeader *header, KorvCMNode **tree)
+uint32_t korv_bands_binary_from_header(KorvGenericHeader *header, KorvCMNode **tree)
 {
     if (!header || !tree)
         return 0;
@@ -125,7 +125,7 @@ uint32_t korv_spectral_binary_from_header(KorvGenericHeader *header, KorvCMNode 
 // Reads up to count measurements of text; the end of data before a
 // measurement ends the chunk, inside one it is a cut measurement (-1). The
 // buffer grows as values arrive, whatever the band count claims.
-uint32_t korv_spectral_ascii_load_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
+uint32_t korv_bands_ascii_load_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
                                         uint32_t count)
 {
     FormatHeader *f = begin_load(header, io, chunk);
@@ -154,7 +154,7 @@ uint32_t korv_spectral_ascii_load_chunk(KorvGenericHeader *header, KorvIO *io, K
     return 1;
 }
 
-uint32_t korv_spectral_ascii_emit_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
+uint32_t korv_bands_ascii_emit_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
                                         uint32_t flag)
 {
     int64_t bytes = emit_bytes(header, io, chunk);
@@ -164,7 +164,7 @@ uint32_t korv_spectral_ascii_emit_chunk(KorvGenericHeader *header, KorvIO *io, K
     return written ? 1 : static_cast<uint32_t>(-1);
 }
 
-uint32_t korv_spectral_binary_load_chunk(KorvGenericHeader *header, KorvIO *io,
+uint32_t korv_bands_binary_load_chunk(KorvGenericHeader *header, KorvIO *io,
                                          KorvChunk *chunk, uint32_t count)
 {
     FormatHeader *f = begin_load(header, io, chunk);
@@ -184,7 +184,7 @@ uint32_t korv_spectral_binary_load_chunk(KorvGenericHeader *header, KorvIO *io,
     return 1;
 }
 
-uint32_t korv_spectral_binary_emit_chunk(KorvGenericHeader *header, KorvIO *io,
+uint32_t korv_bands_binary_emit_chunk(KorvGenericHeader *header, KorvIO *io,
                                          KorvChunk *chunk, uint32_t flag)
 {
     int64_t bytes = emit_bytes(header, io, chunk);

@@ -214,17 +214,17 @@ uint32_t korv_text_emit_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *
                               uint32_t flag);
 uint32_t korv_text_create(KorvGenericHeader **header);
 
-uint32_t korv_spectral_to_header(KorvCMNode *tree, KorvGenericHeader **header);
-uint32_t korv_spectral_create(KorvGenericHeader **header);
-uint32_t korv_spectral_ascii_from_header(KorvGenericHeader *header, KorvCMNode **tree);
-uint32_t korv_spectral_ascii_load_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
+uint32_t korv_bands_to_header(KorvCMNode *tree, KorvGenericHeader **header);
+uint32_t korv_bands_create(KorvGenericHeader **header);
+uint32_t korv_bands_ascii_from_header(KorvGenericHeader *header, KorvCMNode **tree);
+uint32_t korv_bands_ascii_load_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
                                         uint32_t count);
-uint32_t korv_spectral_ascii_emit_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
+uint32_t korv_bands_ascii_emit_chunk(KorvGenericHeader *header, KorvIO *io, KorvChunk *chunk,
                                         uint32_t flag);
-uint32_t korv_spectral_binary_from_header(KorvGenericHeader *header, KorvCMNode **tree);
-uint32_t korv_spectral_binary_load_chunk(KorvGenericHeader *header, KorvIO *io,
+uint32_t korv_bands_binary_from_header(KorvGenericHeader *header, KorvCMNode **tree);
+uint32_t korv_bands_binary_load_chunk(KorvGenericHeader *header, KorvIO *io,
                                          KorvChunk *chunk, uint32_t count);
-uint32_t korv_spectral_binary_emit_chunk(KorvGenericHeader *header, KorvIO *io,
+uint32_t korv_bands_binary_emit_chunk(KorvGenericHeader *header, KorvIO *io,
                                          KorvChunk *chunk, uint32_t flag);
 
 #endif
