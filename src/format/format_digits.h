@@ -126,6 +126,27 @@ KORV_INLINE void digits_of(uint64_t value, int base, bool upper, char *end)
     } while (value);
 }
 
+// The sign an integer conversion shows (0 for none) and, in *magnitude,
+// the value it writes in digits: the absolute value of a negative signed
+// one, cut to 32 bits below the 64-bit sizes.
+KORV_INLINE char sign_of(uint64_t value, uint32_t f, uint64_t *magnitude)
+{
+    char sign = 0;
+    uint64_t m = value;
+    if (f & flag_signed) {
+        if (static_cast<int64_t>(value) < 0) {
+            sign = '-';
+            m = 0 - value;
+        } else if (f & flag_plus) {
+            sign = '+';
+        } else if (f & flag_blank) {
+            sign = ' ';
+        }
+    }
+    *magnitude = f & flag_64 ? m : m & 0xffffffffu;
+    return sign;
+}
+
 // An integer conversion laid out: blanks, sign, prefix, zeros, digits and
 // blanks, `length` characters in all.
 struct IntLayout {
@@ -147,20 +168,8 @@ KORV_INLINE void layout_int(uint64_t value, const Style &style, int base, IntLay
     const uint32_t f = style.flags;
     const bool upper = f & flag_upper;
 
-    char sign = 0;
-    uint64_t magnitude = value;
-    if (f & flag_signed) {
-        if (static_cast<int64_t>(value) < 0) {
-            sign = '-';
-            magnitude = 0 - value;
-        } else if (f & flag_plus) {
-            sign = '+';
-        } else if (f & flag_blank) {
-            sign = ' ';
-        }
-    }
-    if (!(f & flag_64))
-        magnitude &= 0xffffffffu;
+    uint64_t magnitude;
+    const char sign = sign_of(value, f, &magnitude);
 
     const bool has_precision = style.precision >= 0;
     int ndigits = 0;
@@ -232,23 +241,32 @@ KORV_INLINE uint64_t store_int_in(char *to, uint64_t room, uint64_t value, const
 {
     const int base = Base ? Base : style.base;
     const uint32_t f = style.flags;
-    if (!(f & (flag_minus | flag_plus | flag_blank | flag_alt | flag_zero)) && style.width == 0 &&
-        style.precision < 0) {
-        // The plain conversion: a '-' and the digits.
-        uint64_t magnitude = value;
-        bool negative = false;
-        if ((f & flag_signed) && static_cast<int64_t>(value) < 0) {
-            negative = true;
-            magnitude = 0 - value;
-        }
-        if (!(f & flag_64))
-            magnitude &= 0xffffffffu;
-        const uint64_t length = static_cast<uint64_t>(count_digits(magnitude, base)) + negative;
-        if (length <= room) {
-            if (negative)
-                *to = '-';
-            digits_of(magnitude, base, f & flag_upper, to + length);
-            return length;
+    if (!(f & flag_alt) && style.precision < 0) {
+        // Without a precision or '#': blanks, a sign, zeros and the digits,
+        // or the digits and blanks after them.
+        uint64_t magnitude;
+        const char sign = sign_of(value, f, &magnitude);
+        const int ndigits = count_digits(magnitude, base);
+        const uint64_t body = static_cast<uint64_t>(ndigits) + (sign ? 1 : 0);
+        const uint64_t width = style.width > 0 ? static_cast<uint64_t>(style.width) : 0;
+        const uint64_t pad = width > body ? width - body : 0;
+        if (body + pad <= room) {
+            char *q = to;
+            if (pad && !(f & (flag_minus | flag_zero))) {
+                fill_bytes(q, ' ', pad);
+                q += pad;
+            }
+            if (sign)
+                *q++ = sign;
+            if (pad && (f & flag_zero) && !(f & flag_minus)) {
+                fill_bytes(q, '0', pad);
+                q += pad;
+            }
+            q += ndigits;
+            digits_of(magnitude, base, f & flag_upper, q);
+            if (pad && (f & flag_minus))
+                fill_bytes(q, ' ', pad);
+            return body + pad;
         }
     }
     IntLayout l;
